@@ -1,0 +1,25 @@
+#include "mmf/FileMapping.h"
+
+#include <sys/mman.h>
+#include <sys/types.h>
+
+#include <cerrno>
+
+namespace {
+
+unsigned char* MapWith(int protection, int descriptor, unsigned long length, unsigned long offset) {
+    void* const address = ::mmap(nullptr, length, protection, MAP_SHARED, descriptor, static_cast<off_t>(offset));
+    return static_cast<unsigned char*>(address);
+}
+
+bool IsRefusal(int error) {
+    return error == EACCES || error == EPERM;
+}
+
+}  // namespace
+
+unsigned char* MapFile(int descriptor, unsigned long length, unsigned long offset) {
+    unsigned char* const address = MapWith(PROT_READ | PROT_WRITE | PROT_EXEC, descriptor, length, offset);
+    if (address != MAP_FAILED || !IsRefusal(errno)) return address;
+    return MapWith(PROT_READ | PROT_WRITE, descriptor, length, offset);
+}

@@ -1,0 +1,253 @@
+#include "mmf/MmfManager.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cwchar>
+#include <exception>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "mmf/BlockHandle.h"
+#include "mmf/ShareMmfObj.h"
+#include "mmf/StoreFolder.h"
+#include "mmf/UnsharedMmfObj.h"
+#include "string/Path.h"
+#include "system/NarrowPath.h"
+#include "system/System.h"
+
+namespace {
+
+constexpr wchar_t kFolderName[] = L"KXTmp";
+constexpr wchar_t kHeaderSuffix[] = L".mmfheader";
+
+std::wstring DefaultDirectory() {
+    std::wstring path;
+    KX::CSystem::GetSystemTmpPath(path);
+    return KX::GetPlatformSlashFolderPath(KX::GetPlatformSlashFolderPath(std::move(path)) + kFolderName);
+}
+
+bool IsSystemTmpPath(const wchar_t* directory) {
+    std::wstring path;
+    KX::CSystem::GetSystemTmpPath(path);
+    return path == directory;
+}
+
+int BlockNumber(unsigned int handle) {
+    return static_cast<int>(BlockHandle::BlockOf(handle));
+}
+
+}  // namespace
+
+CMmfManager::CMmfManager() : directory(DefaultDirectory()) {}
+
+CMmfManager::~CMmfManager() {
+    Finalize();
+}
+
+bool CMmfManager::SetDirectory(const wchar_t* newPrefix, const wchar_t* newDirectory) {
+    if (newDirectory == nullptr || *newDirectory == L'\0') return false;
+    if (newPrefix == nullptr || *newPrefix == L'\0') return false;
+    try {
+        if (IsSystemTmpPath(newDirectory)) return false;
+        directory = newDirectory;
+    } catch (const std::exception&) {  // out of memory
+        return false;
+    }
+    // The last character goes: the copy has always been given the prefix's own length as its room, and the names
+    // of existing files follow from that.
+    const std::size_t kept = std::min(std::wcslen(newPrefix) - 1, kPrefixRoom - 1);
+    std::wmemcpy(prefix, newPrefix, kept);
+    prefix[kept] = L'\0';
+    return true;
+}
+
+bool CMmfManager::MemAlloc(unsigned long size, unsigned int& handle) {
+    if (size == 0) return false;
+    try {
+        return size > CShareMmfObj::kStoreSize ? AllocLarge(size, handle) : AllocShared(size, handle);
+    } catch (const std::exception&) {  // out of memory
+        return false;
+    }
+}
+
+KX::Result CMmfManager::MemFree(unsigned int handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const std::size_t index = BlockHandle::ObjectOf(handle);
+    if (index >= objects.size()) return KX::kResultInvalidArgument;
+
+    if (CMmfObj* const object = objects[index]) {
+        bool isEmpty = false;
+        const KX::Result result = object->MemFree(BlockNumber(handle), isEmpty);
+        if (KX::Failed(result)) return result;
+        if (isEmpty) {
+            totalSize -= object->GetFileSize();
+            Destroy(index);
+        } else {
+            freeRuns.Set(index, object->FreeRunBound());
+        }
+    }
+    if (totalSize == 0) {
+        try {
+            std::remove(KX::NarrowPath(directory).c_str());  // stays where something is left in it
+        } catch (const std::exception&) {
+            // No memory for the name: the folder stays.
+        }
+    }
+    return KX::kResultOk;
+}
+
+unsigned char* CMmfManager::Map(unsigned int handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMmfObj* const object = Find(handle);
+    return object == nullptr ? nullptr : object->Map(BlockNumber(handle));
+}
+
+void CMmfManager::UnMap(unsigned int handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (CMmfObj* const object = Find(handle)) object->UnMap(BlockNumber(handle));
+}
+
+unsigned char* CMmfManager::MapWindow(unsigned int handle, unsigned long offset, unsigned long length) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMmfObj* const object = Find(handle);
+    return object == nullptr ? nullptr : object->MapWindow(BlockNumber(handle), offset, length);
+}
+
+void CMmfManager::UnMapWindow(unsigned int handle, void* address, unsigned long length) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (CMmfObj* const object = Find(handle)) object->UnMapWindow(address, length);
+}
+
+unsigned long CMmfManager::GetSize(unsigned int handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMmfObj* const object = Find(handle);
+    return object == nullptr ? 0 : object->GetSize(BlockHandle::BlockOf(handle));
+}
+
+unsigned long CMmfManager::GetRefCount(unsigned int handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMmfObj* const object = Find(handle);
+    return object == nullptr ? 0 : object->GetRefCount(BlockHandle::BlockOf(handle));
+}
+
+void CMmfManager::Finalize() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    for (std::size_t index = 0; index < objects.size(); ++index) {
+        if (objects[index] != nullptr) Destroy(index);
+    }
+    try {
+        const std::wstring headerFile = directory + prefix + kHeaderSuffix;
+        if (KX::CSystem::FileExists(headerFile, false)) KX::CSystem::DeleteFileByName(headerFile);
+    } catch (const std::exception&) {
+        // No memory for the name: the header file stays.
+    }
+    DeleteMMFDirectory(directory.c_str());
+}
+
+void CMmfManager::DeleteMMFDirectory(const wchar_t* folder) {
+    if (folder == nullptr || *folder == L'\0') return;
+    try {
+        const std::vector<std::string> names = ListStoreFolder(folder);
+        for (auto name = names.rbegin(); name != names.rend(); ++name) {
+            std::puts(name->c_str());
+            if (IsBackingFileName(*name)) std::remove(name->c_str());
+        }
+    } catch (const std::exception&) {
+        // No memory for the listing: nothing is printed.
+    }
+}
+
+// The file is made without the lock, as it may take long; the limit is read without it, too.
+bool CMmfManager::AllocLarge(unsigned long size, unsigned int& handle) {
+    if (IsOverLimit(size)) return false;
+
+    std::unique_ptr<CUnsharedMmfObj> object(new (std::nothrow) CUnsharedMmfObj);
+    unsigned int block = 0;
+    if (object == nullptr || !object->CreateUnShareMemMapFile(prefix, directory.c_str(), size)) return false;
+    if (!object->MemAlloc(size, block)) return false;
+
+    const CKXCriticalSectionSmartLock guard(lock);
+    std::size_t index = 0;
+    if (!Record(std::move(object), index)) return false;
+    handle = BlockHandle::Make(index, block);
+    return true;
+}
+
+bool CMmfManager::AllocShared(unsigned long size, unsigned int& handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (AllocInPresentObject(size, handle)) return true;
+    if (IsOverLimit(size) || FirstFreeEntry() == BlockHandle::kMaxObjects) return false;
+
+    std::unique_ptr<CShareMmfObj> object(new (std::nothrow) CShareMmfObj);
+    unsigned int block = 0;
+    if (object == nullptr || !object->CreateShareMemMapFile(prefix, directory.c_str())) return false;
+    if (!object->MemAlloc(size, block)) return false;
+
+    std::size_t index = 0;
+    if (!Record(std::move(object), index)) return false;
+    handle = BlockHandle::Make(index, block);
+    return true;
+}
+
+// First fit by object index. An object that has no room after all lowers its bound, so that it is not tried again
+// before one of its blocks is freed.
+bool CMmfManager::AllocInPresentObject(unsigned long size, unsigned int& handle) {
+    const auto slots = static_cast<unsigned int>((size - 1) / CShareMmfObj::kSlotSize + 1);
+    for (;;) {
+        const std::size_t index = freeRuns.FindFirst(slots);
+        if (index == CFreeRunIndex::kNone) return false;
+
+        unsigned int block = 0;
+        if (objects[index]->MemAlloc(size, block)) {
+            handle = BlockHandle::Make(index, block);
+            return true;
+        }
+        const unsigned int bound = objects[index]->FreeRunBound();
+        if (bound >= slots) return false;  // there is room, but no memory for the block's record
+        freeRuns.Set(index, bound);
+    }
+}
+
+bool CMmfManager::IsOverLimit(unsigned long size) const {
+    if (sizeLimit == 0) return false;
+    const std::uint64_t taken = totalSize;
+    return size > sizeLimit || taken > sizeLimit - size;
+}
+
+// The entry that the next object takes: the first null one, or the end of the list.
+std::size_t CMmfManager::FirstFreeEntry() {
+    while (freeEntryHint < objects.size() && objects[freeEntryHint] != nullptr) ++freeEntryHint;
+    return freeEntryHint;
+}
+
+// Takes over an object with its first block in place. False: no number is left for it, and it is destroyed; or the
+// list could not grow, and it stays behind with its file, counted in the total, as callers have settled on.
+bool CMmfManager::Record(std::unique_ptr<CMmfObj> object, std::size_t& index) {
+    index = FirstFreeEntry();
+    if (index == BlockHandle::kMaxObjects) return false;
+
+    CMmfObj* const recorded = object.release();
+    totalSize += recorded->GetFileSize();
+    if (!freeRuns.Reserve(index + 1)) return false;
+    if (index < objects.size()) {
+        objects[index] = recorded;
+    } else if (KX::Failed(objects.Add(recorded))) {
+        return false;
+    }
+    freeRuns.Set(index, recorded->FreeRunBound());
+    return true;
+}
+
+// The object that a handle names; null where there is none or it has gone.
+CMmfObj* CMmfManager::Find(unsigned int handle) {
+    const std::size_t index = BlockHandle::ObjectOf(handle);
+    return index < objects.size() ? objects[index] : nullptr;
+}
+
+void CMmfManager::Destroy(std::size_t index) {
+    delete objects[index];
+    objects[index] = nullptr;
+    freeRuns.Set(index, 0);
+    freeEntryHint = std::min(freeEntryHint, index);
+}

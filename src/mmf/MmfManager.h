@@ -1,0 +1,100 @@
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "io/ArrayList.h"
+#include "io/Result.h"
+#include "mmf/BlockHandle.h"
+#include "mmf/CriticalSection.h"
+#include "mmf/FreeRunIndex.h"
+#include "mmf/MmfObj.h"
+#include "mmf/StoreInitializer.h"
+
+// One block store: its backing objects, and the handles that name the blocks in them (mmf/BlockHandle.h, with 0 in
+// the store bits, which are ignored in the handles that come in).
+//
+// Placing:   a block of at most 64 MiB shares the first object with room for it, a larger one gets an object of its
+//            own. The last block to go takes its object with it, and the last object the folder, if that is empty.
+// Ownership: owns its objects and their files. Addresses live until the matching UnMap or UnMapWindow, MemFree or
+//            the end of the store.
+// Units:     bytes.
+// Errors:    false, null, 0 or a Result; nothing throws. A mapping that the system refuses comes back as
+// MAP_FAILED.
+//            A handle of a block that is gone gives null or 0, or does nothing.
+// Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock.
+class CMmfManager {
+public:
+    // A store in the folder "KXTmp" under the system's temporary folder, with prefix "KX_" and no size limit.
+    CMmfManager();
+    virtual ~CMmfManager();
+
+    CMmfManager(const CMmfManager&) = delete;
+    CMmfManager& operator=(const CMmfManager&) = delete;
+
+    // Names the folder of the objects to come, by convention with a separator at its end, and their prefix, of
+    // which all but the last character is kept, three characters at the most. False, with all as before: either
+    // is null or empty, or the folder is the system's temporary folder itself.
+    bool SetDirectory(const wchar_t* prefix, const wchar_t* directory);
+    // The most that all objects may take together when another one is made; 0 for no limit.
+    void SetSizeLimit(unsigned int bytes) { sizeLimit = bytes; }
+    const std::wstring& GetDirectory() const { return directory; }
+
+    // False, with the handle as it was: size is 0, the limit is reached, no memory, or no object number is left.
+    bool MemAlloc(unsigned long size, unsigned int& handle);
+    // kResultInvalidArgument: the handle names no object or no block of it. A block still mapped is unmapped.
+    KX::Result MemFree(unsigned int handle);
+
+    // Each Map is paired with an UnMap, each MapWindow with an UnMapWindow of its address and length. A window's
+    // offset lies on a page boundary.
+    unsigned char* Map(unsigned int handle);
+    void UnMap(unsigned int handle);
+    unsigned char* MapWindow(unsigned int handle, unsigned long offset, unsigned long length);
+    void UnMapWindow(unsigned int handle, void* address, unsigned long length);
+
+    // The block's room, which is that of its slots in a shared object, and its number of whole-block maps.
+    unsigned long GetSize(unsigned int handle);
+    unsigned long GetRefCount(unsigned int handle);
+
+    // Destroys every object, with its blocks and its file, and deletes the store's header file. The store can be
+    // used again afterwards. Prints what is left in the folder; see DeleteMMFDirectory.
+    void Finalize();
+
+    // Prints the names in the folder to standard output, the last one first. Deletes nothing: the suffix that it
+    // looks for is never met, as callers have settled on.
+    void DeleteMMFDirectory(const wchar_t* folder);
+
+private:
+    bool AllocLarge(unsigned long size, unsigned int& handle);
+    bool AllocShared(unsigned long size, unsigned int& handle);
+    bool AllocInPresentObject(unsigned long size, unsigned int& handle) KX_REQUIRES(lock);
+    bool IsOverLimit(unsigned long size) const;
+    std::size_t FirstFreeEntry() KX_REQUIRES(lock);
+    bool Record(std::unique_ptr<CMmfObj> object, std::size_t& index) KX_REQUIRES(lock);
+    CMmfObj* Find(unsigned int handle) KX_REQUIRES(lock);
+    void Destroy(std::size_t index) KX_REQUIRES(lock);
+
+    static constexpr std::size_t kPrefixRoom = 4;
+
+    KX::CArrayList<CMmfObj*> objects KX_GUARDED_BY(lock);  // null where an object has gone, until another comes
+    wchar_t prefix[kPrefixRoom] = L"KX_";
+    std::wstring directory;
+    unsigned int sizeLimit = 0;
+    std::atomic<std::uint64_t> totalSize =
+        0;                    // file sizes of all objects; atomic, as large requests read it unlocked
+    CKXCriticalSection lock;  // taken before the lock of any object
+
+    CFreeRunIndex freeRuns KX_GUARDED_BY(lock);         // FreeRunBound of each object
+    std::size_t freeEntryHint KX_GUARDED_BY(lock) = 0;  // no entry below it is null
+};
+
+// The four global stores, built before any code that includes this header runs and destroyed after it.
+extern CMmfManager (&g_aFixMmfManager)[4];
+
+// The global store that a handle names.
+inline CMmfManager& GlobalStoreOf(unsigned int handle) {
+    return g_aFixMmfManager[BlockHandle::StoreOf(handle)];
+}

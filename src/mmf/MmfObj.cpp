@@ -1,0 +1,164 @@
+#include "mmf/MmfObj.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <cwchar>
+#include <iterator>
+
+#include "system/NarrowPath.h"
+#include "system/System.h"
+
+namespace {
+
+// How often a backing file is tried again whose folder was removed between its making and the opening.
+constexpr int kOpenAttempts = 100;
+
+// An existing folder is fine.
+bool MakeFolder(const std::string& folder) {
+    return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
+}
+
+bool IsNullOrEmpty(const wchar_t* text) {
+    return text == nullptr || *text == L'\0';
+}
+
+// Room for a time stamp and ".tmp", beyond what the folder and the prefix need.
+constexpr std::size_t kTimeStampRoom = 1024;
+
+std::wstring BackingFilePath(const wchar_t* prefix, const wchar_t* directory) {
+    std::wstring path(std::wcslen(directory) + 1 + std::wcslen(prefix) + kTimeStampRoom, L'\0');
+    GetTempFileName(directory, prefix, 0, path.data());
+    path.resize(std::wcslen(path.c_str()));
+    return path;
+}
+
+}  // namespace
+
+wchar_t* GetTempFileName(const wchar_t* directory, const wchar_t* prefix, unsigned char /*unique*/, wchar_t* out) {
+    wchar_t stamp[kTimeStampRoom];
+    std::swprintf(stamp, std::size(stamp), L"%ld.tmp", static_cast<long>(std::time(nullptr)));
+    std::wcscpy(out, directory);
+    std::wcscat(out, L"/");
+    std::wcscat(out, prefix);
+    return std::wcscat(out, stamp);
+}
+
+int OpenFile4MMF(std::wstring path, unsigned int size) {
+    // Close-on-exec: a program that the application starts must not keep the file's room on disk.
+    const int descriptor = ::open(KX::NarrowPath(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (descriptor == -1 || size == 0) return descriptor;
+
+    // size + 1 wraps around in 32 bits, as the size itself came in cut to them: callers know files of 4 GiB and
+    // more as shorter than their blocks. A failure to grow shows when the pages are touched.
+    const char lastByte = 0;
+    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, static_cast<off_t>(size + 1U));
+    return descriptor;
+}
+
+CMmfObj::CMmfObj(bool bShareable) : bShareable(bShareable) {}
+
+CMmfObj::~CMmfObj() {
+    DestroyMemMapFile();
+}
+
+bool CMmfObj::MemAlloc(unsigned long /*size*/, unsigned int& block) {
+    block = 0;
+    return false;
+}
+
+KX::Result CMmfObj::MemFree(int /*block*/, bool& bEmpty) {
+    bEmpty = true;
+    return KX::kResultNotSupported;
+}
+
+unsigned char* CMmfObj::Map(int /*block*/) {
+    return nullptr;
+}
+
+unsigned char* CMmfObj::MapWindow(int /*block*/, unsigned long /*offset*/, unsigned long /*length*/) {
+    return nullptr;
+}
+
+void CMmfObj::UnMapWindow(void* /*address*/, unsigned long /*length*/) {}
+
+void CMmfObj::UnMap(int /*block*/) {}
+
+unsigned long CMmfObj::GetSize(unsigned int /*block*/) {
+    return 0;
+}
+
+unsigned long CMmfObj::GetRefCount(unsigned int /*block*/) {
+    return 0;
+}
+
+unsigned int CMmfObj::FreeRunBound() {
+    return 0;
+}
+
+bool CMmfObj::CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, unsigned long size) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (IsNullOrEmpty(prefix) || IsNullOrEmpty(directory)) return false;
+
+    const std::string folder = KX::NarrowPath(directory);
+    MakeFolder(folder);
+    filePath = BackingFilePath(prefix, directory);
+    if (TakeHeap(size)) {
+        fileSize = size;
+        return true;
+    }
+    if (fd == -1) OpenInFolder(folder, size);
+    fileSize = size;
+    return true;
+}
+
+KX::Result CMmfObj::MappingFile() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (TakeHeap(fileSize)) return KX::kResultOk;
+    if (fd == -1) fd = OpenFile4MMF(filePath, static_cast<unsigned int>(fileSize));
+    return KX::kResultOk;
+}
+
+void CMmfObj::DestroyMemMapFile() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (heapBuffer != nullptr) {
+        std::free(heapBuffer);
+        heapBuffer = nullptr;
+        bInMemory = false;
+    }
+    if (fd != -1) {
+        ::close(fd);
+        fd = -1;
+    }
+    if (!filePath.empty()) {
+        KX::CSystem::DeleteFileByName(filePath);
+        filePath.clear();
+    }
+    fileSize = 0;
+}
+
+std::uint64_t CMmfObj::GetFileSize() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    return fileSize;
+}
+
+// Makes the heap buffer of an object that wants one. Without the memory the object turns to its file.
+bool CMmfObj::TakeHeap(std::uint64_t size) {
+    if (!bInMemory) return false;
+    heapBuffer = static_cast<unsigned char*>(std::malloc(size));
+    bInMemory = heapBuffer != nullptr;
+    return bInMemory;
+}
+
+// Opens the backing file. Another thread that frees the last block in the folder removes the folder, perhaps just
+// now: then it is made again.
+void CMmfObj::OpenInFolder(const std::string& folder, std::uint64_t size) {
+    for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
+        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // sizes are taken modulo 2^32 here
+        if (fd != -1 || errno != ENOENT || !MakeFolder(folder)) return;
+    }
+}

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "io/Result.h"
+#include "mmf/CriticalSection.h"
+
+// One backing store of the block store: a temporary file that is mapped on demand, or a heap buffer in place of it.
+// The base class owns the store and its lock; the classes derived from it place blocks in it.
+//
+// Ownership: owns the heap buffer, the descriptor and the file on disk, which is deleted with the object. Mapped
+//            addresses stay the object's: they end with the last UnMap, with MemFree, or with the object.
+// Units:     sizes, offsets and lengths are in bytes.
+// Errors:    null, false, 0 or a Result. A mapping that the system refuses is returned as it came: MAP_FAILED.
+// Threads:   any; every operation holds the object's lock. A CMmfManager calls in with its own lock held.
+class CMmfObj {
+public:
+    // Builds an object without a store. Only shareable objects are offered requests of at most 64 MiB.
+    explicit CMmfObj(bool bShareable);
+    virtual ~CMmfObj();
+
+    CMmfObj(const CMmfObj&) = delete;
+    CMmfObj& operator=(const CMmfObj&) = delete;
+
+    // Places a block and gives its number. False: no room.
+    virtual bool MemAlloc(unsigned long size, unsigned int& block);
+    // Frees a block, unmapping it under whoever still has it mapped; bEmpty tells whether it was the last one.
+    // kResultInvalidArgument: no such block, bEmpty as it was. kResultNotSupported: this class has no blocks.
+    virtual KX::Result MemFree(int block, bool& bEmpty);
+
+    // Maps the whole block, or counts one more map of it. Null: no such block. Each call is paired with an UnMap.
+    virtual unsigned char* Map(int block);
+    // Maps a part of the block, which is not counted; the offset lies on a page boundary. Null: no such block, or
+    // the window does not lie inside it. Paired with UnMapWindow of the same address and length.
+    virtual unsigned char* MapWindow(int block, unsigned long offset, unsigned long length);
+    virtual void UnMapWindow(void* address, unsigned long length);
+    virtual void UnMap(int block);
+
+    // The block's room in bytes, and the count of its whole-block maps; 0 for an unknown block.
+    virtual unsigned long GetSize(unsigned int block);
+    virtual unsigned long GetRefCount(unsigned int block);
+
+    // A length in slots that no run of free slots exceeds; 0 for a class that shares nothing. It may be too large,
+    // never too small, so that a request above it need not be tried.
+    virtual unsigned int FreeRunBound();
+
+    // Names the backing file and makes the store in the folder, which is made if its parent exists: `size` bytes of
+    // heap if bInMemory is set and they can be had, else a sparse file. False: prefix or directory is null or
+    // empty. A file that cannot be opened is not reported here; mapping it fails later.
+    bool CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, unsigned long size);
+    // Makes the store of an object whose name and size came from elsewhere. Always kResultOk.
+    KX::Result MappingFile();
+    // Frees the heap buffer, closes and deletes the file.
+    void DestroyMemMapFile();
+
+    bool IsShareable() const { return bShareable; }
+    // The size of the store, 0 when there is none.
+    std::uint64_t GetFileSize();
+
+protected:
+    std::wstring filePath KX_GUARDED_BY(lock);  // full path of the backing file, empty when there is none
+    std::uint64_t fileSize KX_GUARDED_BY(lock) = 0;
+    unsigned char* heapBuffer KX_GUARDED_BY(lock) = nullptr;
+    const bool bShareable;
+    CKXCriticalSection lock;
+    int fd KX_GUARDED_BY(lock) = -1;
+    bool bInMemory KX_GUARDED_BY(lock) = false;  // the store is, or is to be, a heap buffer
+
+private:
+    bool TakeHeap(std::uint64_t size) KX_REQUIRES(lock);
+    void OpenInFolder(const std::string& folder, std::uint64_t size) KX_REQUIRES(lock);
+};
+
+// Composes the path of a backing file, unique to the second only: directory + "/" + prefix + the time in seconds +
+// ".tmp". `unique` is not used. The caller provides the room; returns out.
+wchar_t* GetTempFileName(const wchar_t* directory, const wchar_t* prefix, unsigned char unique, wchar_t* out);
+
+// Opens a backing file for reading and writing, making it if it is missing (mode 0600), and grows it to size + 2
+// bytes unless size is 0. Returns the descriptor, which the caller closes, or -1 with the reason in errno. The sum
+// is taken in 32 bits: 0xFFFFFFFF, and any larger size that its caller has cut, ends in a file shorter than the
+// store.
+int OpenFile4MMF(std::wstring path, unsigned int size);

@@ -1,0 +1,180 @@
+#include "mmf/ShareMmfObj.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <exception>
+#include <iterator>
+
+#include "mmf/FileMapping.h"
+#include "mmf/Window.h"
+
+namespace {
+
+// Slots that a request takes: its size divided by the slot size, rounded up; 1 for an empty one.
+constexpr unsigned long SlotsFor(unsigned long size) {
+    if (size <= CShareMmfObj::kSlotSize) return 1;
+    return (size - 1) / CShareMmfObj::kSlotSize + 1;
+}
+
+}  // namespace
+
+CShareMmfObj::CShareMmfObj() : CMmfObj(true) {}
+
+CShareMmfObj::~CShareMmfObj() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    for (auto& [slot, mapping] : mappings) UnmapWhole(mapping);
+}
+
+bool CShareMmfObj::CreateShareMemMapFile(const wchar_t* prefix, const wchar_t* directory) {
+    {
+        const CKXCriticalSectionSmartLock guard(lock);
+        bInMemory = true;
+    }
+    return CreateMemMapFile(prefix, directory, kStoreSize);
+}
+
+bool CShareMmfObj::MemAlloc(unsigned long size, unsigned int& block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const unsigned long wanted = SlotsFor(size);
+    if (wanted > freeRunBound) return false;
+
+    const FreeRun run = FindFirstRun(wanted);
+    if (run.length < wanted) {
+        freeRunBound = run.length;
+        return false;
+    }
+    try {
+        mappings.emplace(run.start, CMapping{run.start, wanted});
+    } catch (const std::exception&) {  // no memory for the record
+        return false;
+    }
+    std::fill_n(slotUsed.begin() + static_cast<std::ptrdiff_t>(run.start), wanted, 1);
+    block = static_cast<unsigned int>(run.start);
+    return true;
+}
+
+KX::Result CShareMmfObj::MemFree(int block, bool& bEmpty) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const auto found = mappings.find(static_cast<unsigned int>(block));
+    if (found == mappings.end()) return KX::kResultInvalidArgument;
+
+    CMapping& mapping = found->second;
+    UnmapWhole(mapping);
+    std::fill_n(slotUsed.begin() + static_cast<std::ptrdiff_t>(mapping.firstSlot), mapping.slotCount, 0);
+    freeRunBound = std::max(freeRunBound, FreeRunAround(found));
+    mappings.erase(found);
+    bEmpty = mappings.empty();
+    return KX::kResultOk;
+}
+
+unsigned char* CShareMmfObj::Map(int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMapping* const mapping = Find(static_cast<unsigned int>(block));
+    if (mapping == nullptr) return nullptr;
+
+    if (mapping->refCount == 0) MapWhole(*mapping);
+    ++mapping->refCount;
+    return mapping->refCount == 0 ? nullptr : mapping->mappedAddress;
+}
+
+unsigned char* CShareMmfObj::MapWindow(int block, unsigned long offset, unsigned long length) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMapping* const mapping = Find(static_cast<unsigned int>(block));
+    if (mapping == nullptr || !IsWindowInside(mapping->slotCount * kSlotSize, offset, length)) return nullptr;
+
+    mapping->mappedLength = length;
+    const unsigned long start = mapping->firstSlot * kSlotSize + offset;
+    return bInMemory ? heapBuffer + start : MapFile(fd, length, start);
+}
+
+void CShareMmfObj::UnMapWindow(void* address, unsigned long length) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (address != nullptr && !bInMemory) ::munmap(address, length);
+}
+
+void CShareMmfObj::UnMap(int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMapping* const mapping = Find(static_cast<unsigned int>(block));
+    if (mapping == nullptr) return;
+
+    if (mapping->refCount == 1) UnmapWhole(*mapping);
+    --mapping->refCount;
+}
+
+unsigned long CShareMmfObj::GetSize(unsigned int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const CMapping* const mapping = Find(block);
+    return mapping == nullptr ? 0 : mapping->slotCount * kSlotSize;
+}
+
+unsigned long CShareMmfObj::GetRefCount(unsigned int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const CMapping* const mapping = Find(block);
+    return mapping == nullptr ? 0 : mapping->refCount;
+}
+
+unsigned int CShareMmfObj::FreeRunBound() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    return static_cast<unsigned int>(freeRunBound);
+}
+
+// First fit. Each step jumps from one free run to the next by memchr, which is faster than the flags one by one.
+CShareMmfObj::FreeRun CShareMmfObj::FindFirstRun(std::size_t wanted) const {
+    const unsigned char* const begin = slotUsed.data();
+    const unsigned char* const end = begin + slotUsed.size();
+    std::size_t longest = 0;
+    for (const unsigned char* from = begin; from != end;) {
+        const void* const free = std::memchr(from, 0, static_cast<std::size_t>(end - from));
+        if (free == nullptr) break;
+
+        from = static_cast<const unsigned char*>(free);
+        const std::size_t inSight = std::min(wanted, static_cast<std::size_t>(end - from));
+        const void* const used = std::memchr(from, 1, inSight);
+        const unsigned char* const runEnd =
+            used == nullptr ? from + inSight : static_cast<const unsigned char*>(used);
+        const auto length = static_cast<std::size_t>(runEnd - from);
+        if (length == wanted) return {static_cast<std::size_t>(from - begin), length};
+
+        longest = std::max(longest, length);
+        from = runEnd;
+    }
+    return {0, longest};
+}
+
+// The run that frees up with this block: from the end of the block before it to the start of the block behind it.
+std::size_t CShareMmfObj::FreeRunAround(Mappings::iterator block) {
+    std::size_t start = 0;
+    if (block != mappings.begin()) {
+        const CMapping& before = std::prev(block)->second;
+        start = before.firstSlot + before.slotCount;
+    }
+    const auto behind = std::next(block);
+    return (behind == mappings.end() ? kSlotCount : behind->first) - start;
+}
+
+CShareMmfObj::CMapping* CShareMmfObj::Find(unsigned int block) {
+    const auto found = mappings.find(block);
+    return found == mappings.end() ? nullptr : &found->second;
+}
+
+void CShareMmfObj::MapWhole(CMapping& mapping) {
+    mapping.mappedLength = mapping.slotCount * kSlotSize;
+    const unsigned long start = mapping.firstSlot * kSlotSize;
+    if (bInMemory) {
+        mapping.mappedAddress = heapBuffer + start;
+        return;
+    }
+    // Each first map opens the file anew; views made through the descriptor before stay valid.
+    if (fd != -1) ::close(fd);
+    fd = OpenFile4MMF(filePath, 0);
+    mapping.mappedAddress = MapFile(fd, mapping.mappedLength, start);
+}
+
+void CShareMmfObj::UnmapWhole(CMapping& mapping) {
+    if (mapping.mappedAddress == nullptr) return;
+    if (!bInMemory) ::munmap(mapping.mappedAddress, mapping.mappedLength);
+    mapping.mappedAddress = nullptr;
+}

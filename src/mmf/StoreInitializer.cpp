@@ -1,0 +1,40 @@
+#include "mmf/StoreInitializer.h"
+
+#include <memory>
+#include <new>
+
+#include "mmf/MmfManager.h"
+
+namespace {
+
+struct Stores {
+    CMmfManager managers[4];
+};
+
+// Room that neither construction nor destruction touches on its own.
+union Room {
+    constexpr Room() : unused(0) {}
+    ~Room() {}
+
+    char unused;
+    Stores stores;
+};
+
+constinit Room room;
+constinit int initializers = 0;  // static objects are built and destroyed by one thread at a time
+
+}  // namespace
+
+constinit CMmfManager (&g_aFixMmfManager)[4] = room.stores.managers;
+
+namespace KX {
+
+CStoreInitializer::CStoreInitializer() {
+    if (initializers++ == 0) new (&room.stores) Stores;
+}
+
+CStoreInitializer::~CStoreInitializer() {
+    if (--initializers == 0) std::destroy_at(&room.stores);
+}
+
+}  // namespace KX

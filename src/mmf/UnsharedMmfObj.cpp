@@ -1,0 +1,86 @@
+#include "mmf/UnsharedMmfObj.h"
+
+#include <sys/mman.h>
+
+#include "mmf/FileMapping.h"
+#include "mmf/Window.h"
+
+CUnsharedMmfObj::CUnsharedMmfObj() : CMmfObj(false) {}
+
+CUnsharedMmfObj::~CUnsharedMmfObj() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    UnmapWhole();
+}
+
+bool CUnsharedMmfObj::CreateUnShareMemMapFile(const wchar_t* prefix, const wchar_t* directory, unsigned long size) {
+    {
+        const CKXCriticalSectionSmartLock guard(lock);
+        bInMemory = false;
+    }
+    return CreateMemMapFile(prefix, directory, size);
+}
+
+bool CUnsharedMmfObj::MemAlloc(unsigned long size, unsigned int& block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const bool hasRoom = !bAllocated && fileSize >= size;
+    if (hasRoom) bAllocated = true;
+    block = hasRoom ? 0 : 0xFFFFFFFFU;
+    return hasRoom;
+}
+
+KX::Result CUnsharedMmfObj::MemFree(int /*block*/, bool& bEmpty) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    UnmapWhole();
+    bAllocated = false;
+    bEmpty = true;
+    return KX::kResultOk;
+}
+
+unsigned char* CUnsharedMmfObj::Map(int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (block != 0) return nullptr;
+
+    if (refCount == 0) {
+        mappedLength = fileSize;
+        mappedAddress = MapFile(fd, fileSize, 0);
+    }
+    ++refCount;
+    return mappedAddress;
+}
+
+unsigned char* CUnsharedMmfObj::MapWindow(int block, unsigned long offset, unsigned long length) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (block != 0 || !IsWindowInside(fileSize, offset, length)) return nullptr;
+
+    mappedLength = length;
+    return MapFile(fd, length, offset);
+}
+
+void CUnsharedMmfObj::UnMapWindow(void* address, unsigned long length) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (address != nullptr) ::munmap(address, length);
+}
+
+void CUnsharedMmfObj::UnMap(int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (block != 0) return;
+
+    if (refCount == 1) UnmapWhole();
+    --refCount;
+}
+
+unsigned long CUnsharedMmfObj::GetSize(unsigned int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    return block == 0 ? fileSize : 0;
+}
+
+unsigned long CUnsharedMmfObj::GetRefCount(unsigned int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    return block == 0 ? refCount : 0;
+}
+
+void CUnsharedMmfObj::UnmapWhole() {
+    if (mappedAddress == nullptr) return;
+    ::munmap(mappedAddress, mappedLength);
+    mappedAddress = nullptr;
+}
