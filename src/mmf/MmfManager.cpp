@@ -148,10 +148,11 @@ void CMmfManager::Finalize() {
 void CMmfManager::DeleteMMFDirectory(const wchar_t* folder) {
     if (folder == nullptr || *folder == L'\0') return;
     try {
-        const std::vector<std::string> names = ListStoreFolder(folder);
-        for (auto name = names.rbegin(); name != names.rend(); ++name) {
-            std::puts(name->c_str());
-            if (IsBackingFileName(*name)) std::remove(name->c_str());
+        std::vector<std::string> names = ListStoreFolder(folder);
+        std::ranges::reverse(names);
+        for (const std::string& name : names) {
+            std::puts(name.c_str());
+            if (IsBackingFileName(name)) std::remove(name.c_str());
         }
     } catch (const std::exception&) {
         // No memory for the listing: nothing is printed.

@@ -55,8 +55,9 @@ int OpenFile4MMF(std::wstring path, unsigned int size) {
 
     // size + 1 wraps around in 32 bits, as the size itself came in cut to them: callers know files of 4 GiB and
     // more as shorter than their blocks. A failure to grow shows when the pages are touched.
+    const unsigned int end = size + 1;
     const char lastByte = 0;
-    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, static_cast<off_t>(size + 1U));
+    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, end);
     return descriptor;
 }
 

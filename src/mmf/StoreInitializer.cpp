@@ -14,7 +14,7 @@ struct Stores {
 // Room that neither construction nor destruction touches on its own.
 union Room {
     constexpr Room() : unused(0) {}
-    ~Room() {}
+    ~Room() {}  // NOLINT(modernize-use-equals-default): the default one is deleted
 
     char unused;
     Stores stores;

@@ -1,0 +1,54 @@
+# `make demo` and `make test` do everything on a fresh machine; the rest are the developer's shortcuts.
+
+SETUP := ./cmake/setup.sh
+SOURCES = $(shell git ls-files '*.h' '*.cpp')
+LOCALE = LOCPATH=$(CURDIR)/build/release/locale
+
+.PHONY: demo test bench format format-check lint sanitize asan tsan clean
+
+# The main job on real input: the compiler's own programs, each file as a block and then all of them as one.
+demo:
+	@$(SETUP) build
+	cmake --preset demo
+	cmake --build build/release
+	$(LOCALE) ./build/release/tools/kxstore/kxstore hold "$$(./cmake/demo-input.sh)"
+	$(LOCALE) ./build/release/tools/kxstore/kxstore hold --join "$$(./cmake/demo-input.sh)"
+
+test:
+	@$(SETUP) build test
+	cmake --preset release
+	cmake --build build/release
+	ctest --preset release
+
+# BENCH_FLAGS="--quick" for a short run; see bench/ for the rest.
+bench:
+	@$(SETUP) build bench
+	cmake --preset bench
+	cmake --build build/bench
+	./build/bench/bench/kxmmf-bench $(BENCH_FLAGS)
+
+format:
+	@$(SETUP) check
+	clang-format -i $(SOURCES)
+
+format-check:
+	@$(SETUP) check
+	clang-format --dry-run --Werror $(SOURCES)
+
+lint:
+	@$(SETUP) build test bench check
+	cmake --preset debug
+	cmake --build build/debug --target kxmmf-locale
+	run-clang-tidy -quiet -p build/debug '/(src|tools|examples|bench|tests)/'
+
+# Address, undefined-behaviour and thread sanitizers over all tests.
+sanitize: asan tsan
+
+asan tsan:
+	@$(SETUP) build test check
+	cmake --preset $@
+	cmake --build build/$@
+	ctest --preset $@
+
+clean:
+	rm -rf build

@@ -1,0 +1,66 @@
+#!/bin/sh
+# Installs the packages that a make target needs and that are missing: setup.sh GROUP...
+# Groups: build (library and programs), test, bench, check (format, lint, sanitizers).
+# Debian's packages are installed; on macOS it says what to install. Nothing is done where nothing is missing.
+set -eu
+
+debian_packages() {
+    case $1 in
+        build) echo "g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev libc-bin locales" ;;
+        test) echo "libgtest-dev libgmock-dev" ;;
+        bench) echo "libbenchmark-dev libboost-dev libfmt-dev" ;;
+        check) echo "clang clang-format clang-tidy libclang-rt-dev" ;;
+        *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
+    esac
+}
+
+homebrew_packages() {
+    case $1 in
+        build) echo "cmake ninja cli11 fmt nlohmann-json" ;;
+        test) echo "googletest" ;;
+        bench) echo "google-benchmark boost" ;;
+        check) echo "llvm clang-format" ;;
+        *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
+    esac
+}
+
+install_on_debian() {
+    missing=
+    for group in "$@"; do
+        for package in $(debian_packages "$group"); do
+            dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -q '^installed' ||
+                missing="$missing $package"
+        done
+    done
+    [ -n "$missing" ] || return 0
+
+    as_root=
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || { echo "Please install as root: apt-get install$missing" >&2; exit 1; }
+        as_root=sudo
+    fi
+    echo "Installing:$missing"
+    $as_root apt-get update -qq
+    # shellcheck disable=SC2086  # a list of words
+    $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
+}
+
+explain_on_macos() {
+    xcode-select -p >/dev/null 2>&1 || { echo "Please install Apple's command line tools: xcode-select --install" >&2; exit 1; }
+    command -v brew >/dev/null || { echo "Please install Homebrew, then run this again: https://brew.sh" >&2; exit 1; }
+    missing=
+    for group in "$@"; do
+        for package in $(homebrew_packages "$group"); do
+            [ -d "$(brew --prefix)/opt/$package" ] || missing="$missing $package"
+        done
+    done
+    [ -z "$missing" ] || { echo "Please install: brew install$missing" >&2; exit 1; }
+}
+
+case $(uname -s) in
+    Darwin) explain_on_macos "$@" ;;
+    *)
+        command -v apt-get >/dev/null || { echo "This script knows Debian and macOS; see it for what to install." >&2; exit 1; }
+        install_on_debian "$@"
+        ;;
+esac
