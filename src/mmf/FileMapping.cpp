@@ -23,3 +23,7 @@ unsigned char* MapFile(int descriptor, unsigned long length, unsigned long offse
     if (address != MAP_FAILED || !IsRefusal(errno)) return address;
     return MapWith(PROT_READ | PROT_WRITE, descriptor, length, offset);
 }
+
+void UnmapFile(void* address, unsigned long length) {
+    if (address != nullptr && address != MAP_FAILED) ::munmap(address, length);
+}

@@ -5,3 +5,6 @@
 // the offset must lie on a page boundary. Returns the address, to be given back with munmap(address, length), or
 // MAP_FAILED.
 unsigned char* MapFile(int descriptor, unsigned long length, unsigned long offset);
+
+// Gives a mapping back. Nothing happens for null and for MAP_FAILED.
+void UnmapFile(void* address, unsigned long length);

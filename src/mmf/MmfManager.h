@@ -36,8 +36,9 @@ public:
     CMmfManager& operator=(const CMmfManager&) = delete;
 
     // Names the folder of the objects to come, by convention with a separator at its end, and their prefix, of
-    // which all but the last character is kept, three characters at the most. False, with all as before: either
-    // is null or empty, or the folder is the system's temporary folder itself.
+    // which all but the last character is kept, three characters at the most; a prefix of one character leaves the
+    // store without one and thus unable to make objects. False, with all as before: either is null or empty, or the
+    // folder is the system's temporary folder itself.
     bool SetDirectory(const wchar_t* prefix, const wchar_t* directory);
     // The most that all objects may take together when another one is made; 0 for no limit.
     void SetSizeLimit(unsigned int bytes) { sizeLimit = bytes; }

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <cwchar>
+#include <exception>
 #include <iterator>
 
 #include "system/NarrowPath.h"
@@ -136,7 +137,11 @@ void CMmfObj::DestroyMemMapFile() {
         fd = -1;
     }
     if (!filePath.empty()) {
-        KX::CSystem::DeleteFileByName(filePath);
+        try {
+            KX::CSystem::DeleteFileByName(filePath);
+        } catch (const std::exception&) {
+            // No memory for the name: the file stays, which is better than the end of the process.
+        }
         filePath.clear();
     }
     fileSize = 0;

@@ -1,6 +1,5 @@
 #include "mmf/ShareMmfObj.h"
 
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -92,7 +91,7 @@ unsigned char* CShareMmfObj::MapWindow(int block, unsigned long offset, unsigned
 
 void CShareMmfObj::UnMapWindow(void* address, unsigned long length) {
     const CKXCriticalSectionSmartLock guard(lock);
-    if (address != nullptr && !bInMemory) ::munmap(address, length);
+    if (!bInMemory) UnmapFile(address, length);
 }
 
 void CShareMmfObj::UnMap(int block) {
@@ -174,7 +173,6 @@ void CShareMmfObj::MapWhole(CMapping& mapping) {
 }
 
 void CShareMmfObj::UnmapWhole(CMapping& mapping) {
-    if (mapping.mappedAddress == nullptr) return;
-    if (!bInMemory) ::munmap(mapping.mappedAddress, mapping.mappedLength);
+    if (!bInMemory) UnmapFile(mapping.mappedAddress, mapping.mappedLength);
     mapping.mappedAddress = nullptr;
 }

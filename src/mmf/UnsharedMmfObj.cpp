@@ -1,7 +1,5 @@
 #include "mmf/UnsharedMmfObj.h"
 
-#include <sys/mman.h>
-
 #include "mmf/FileMapping.h"
 #include "mmf/Window.h"
 
@@ -58,7 +56,7 @@ unsigned char* CUnsharedMmfObj::MapWindow(int block, unsigned long offset, unsig
 
 void CUnsharedMmfObj::UnMapWindow(void* address, unsigned long length) {
     const CKXCriticalSectionSmartLock guard(lock);
-    if (address != nullptr) ::munmap(address, length);
+    UnmapFile(address, length);
 }
 
 void CUnsharedMmfObj::UnMap(int block) {
@@ -80,7 +78,6 @@ unsigned long CUnsharedMmfObj::GetRefCount(unsigned int block) {
 }
 
 void CUnsharedMmfObj::UnmapWhole() {
-    if (mappedAddress == nullptr) return;
-    ::munmap(mappedAddress, mappedLength);
+    UnmapFile(mappedAddress, mappedLength);
     mappedAddress = nullptr;
 }

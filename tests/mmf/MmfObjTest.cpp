@@ -1,0 +1,114 @@
+#include "mmf/MmfObj.h"
+
+#include <unistd.h>
+
+#include <ctime>
+#include <fstream>
+
+#include "support/FailingAllocation.h"
+#include "support/TempFolder.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using MmfObjTest = TempFolderTest;
+
+TEST_F(MmfObjTest, TempFileNamesTellTheSecond) {
+    wchar_t name[64];
+    const std::time_t before = std::time(nullptr);
+    ASSERT_EQ(GetTempFileName(L"/d/", L"KX_", 7, name), name);
+    const std::time_t after = std::time(nullptr);
+    const std::wstring text = name;
+    ASSERT_EQ(text.substr(0, 7), L"/d//KX_");
+    std::size_t digits = 0;
+    const long second = std::stol(text.substr(7), &digits);
+    EXPECT_TRUE(before <= second && second <= after);
+    EXPECT_EQ(text.substr(7 + digits), L".tmp");
+}
+
+TEST_F(MmfObjTest, OpenFileGrowsTo2BytesMoreIn32Bits) {
+    struct Case {
+        unsigned int size;
+        std::uintmax_t fileSize;
+    };
+    for (const auto& [size, fileSize] :
+         {Case{0, 0}, Case{1, 3}, Case{5000, 5002}, Case{0xFFFFFFFE, 0x100000000}, Case{0xFFFFFFFF, 1}}) {
+        const int descriptor = OpenFile4MMF(L"file", size);
+        ASSERT_NE(descriptor, -1);
+        EXPECT_EQ(::lseek(descriptor, 0, SEEK_CUR), 0);
+        EXPECT_EQ(fs::file_size("file"), fileSize) << size;
+        EXPECT_EQ(fs::status("file").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+        ::close(descriptor);
+        fs::remove("file");
+    }
+    EXPECT_EQ(OpenFile4MMF(L"missing/file", 1), -1);
+}
+
+TEST_F(MmfObjTest, OpenFileKeepsWhatIsThere) {
+    std::ofstream("file") << "0123456789";
+    ::close(OpenFile4MMF(L"file", 3));
+    std::string text;
+    std::getline(std::ifstream("file"), text);
+    EXPECT_EQ(text, std::string("0123\0"
+                                "56789",
+                                10));
+}
+
+TEST_F(MmfObjTest, TheBaseHoldsNoBlocks) {
+    CMmfObj object(true);
+    unsigned int block = 9;
+    bool isEmpty = false;
+    EXPECT_FALSE(object.MemAlloc(1, block));
+    EXPECT_EQ(block, 0U);
+    EXPECT_EQ(object.MemFree(0, isEmpty), KX::kResultNotSupported);
+    EXPECT_TRUE(isEmpty);
+    EXPECT_EQ(object.Map(0), nullptr);
+    EXPECT_EQ(object.MapWindow(0, 0, 0), nullptr);
+}
+
+TEST_F(MmfObjTest, CreateNeedsAPrefixAndAFolder) {
+    const std::wstring store = StoreFolder();
+    for (const auto& [prefix, directory] : {std::pair<const wchar_t*, const wchar_t*>{nullptr, store.c_str()},
+                                            {L"", store.c_str()},
+                                            {L"KX_", nullptr},
+                                            {L"KX_", L""}}) {
+        CMmfObj object(true);
+        EXPECT_FALSE(object.CreateMemMapFile(prefix, directory, 5000));
+    }
+    EXPECT_TRUE(NamesIn(folder).empty());
+}
+
+// An object as it is after its name and size were read from elsewhere.
+class CLoadedObj : public CMmfObj {
+public:
+    CLoadedObj(const wchar_t* path, std::uint64_t size, bool wantsHeap) : CMmfObj(true) {
+        const CKXCriticalSectionSmartLock guard(lock);
+        filePath = path;
+        fileSize = size;
+        bInMemory = wantsHeap;
+    }
+};
+
+TEST_F(MmfObjTest, MappingFileReopensTheFileAndGrowsIt) {
+    std::ofstream("file") << "kept";
+    {
+        CLoadedObj object(L"file", 5000, false);
+        EXPECT_EQ(object.MappingFile(), KX::kResultOk);
+        EXPECT_EQ(fs::file_size("file"), 5002U);
+    }
+    EXPECT_FALSE(fs::exists("file"));
+}
+
+TEST_F(MmfObjTest, MappingFileTakesHeapOrElseTheFile) {
+    for (const bool isRefused : {false, true}) {
+        CLoadedObj object(L"file", 5000, true);
+        const CFailingAllocation failing(0, isRefused ? 5000 : SIZE_MAX);
+        EXPECT_EQ(object.MappingFile(), KX::kResultOk);
+#if defined(KXMMF_MALLOC_IS_WRAPPED)
+        EXPECT_EQ(fs::exists("file"), isRefused);
+#endif
+    }
+}
+
+}  // namespace

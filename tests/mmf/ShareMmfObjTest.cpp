@@ -1,0 +1,168 @@
+#include "mmf/ShareMmfObj.h"
+
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "support/FailingAllocation.h"
+#include "support/TempFolder.h"
+
+namespace {
+
+constexpr unsigned long kSlot = CShareMmfObj::kSlotSize;
+constexpr unsigned long kSlots = CShareMmfObj::kSlotCount;
+
+// Both kinds of store: a heap buffer, and the file that takes its place where the buffer cannot be had.
+class ShareMmfObjTest : public TempFolderTest, public testing::WithParamInterface<bool> {
+protected:
+    void SetUp() override {
+#if !defined(KXMMF_MALLOC_IS_WRAPPED)
+        if (IsFile()) GTEST_SKIP() << "memory cannot be refused here";
+#endif
+        const CFailingAllocation failing(0, IsFile() ? CShareMmfObj::kStoreSize : SIZE_MAX);
+        ASSERT_TRUE(object.CreateShareMemMapFile(L"KX_", StoreFolder().c_str()));
+        ASSERT_EQ(NamesIn(folder / "store").size(), IsFile() ? 1U : 0U);
+    }
+
+    static bool IsFile() {
+        return GetParam();
+    }
+
+    // The number of the block that the request gets, or -1.
+    int Alloc(unsigned long size) {
+        unsigned int block = 12345;
+        const bool isPlaced = object.MemAlloc(size, block);
+        EXPECT_TRUE(isPlaced || block == 12345U);
+        return isPlaced ? static_cast<int>(block) : -1;
+    }
+
+    // Whether that was the last block.
+    bool Free(int block) {
+        bool isEmpty = false;
+        EXPECT_EQ(object.MemFree(block, isEmpty), KX::kResultOk);
+        return isEmpty;
+    }
+
+    CShareMmfObj object;
+};
+
+TEST_P(ShareMmfObjTest, SizesRoundUpToSlots) {
+    for (const auto& [size, slots] : {std::pair{0UL, 1UL},
+                                      {1UL, 1UL},
+                                      {kSlot, 1UL},
+                                      {kSlot + 1, 2UL},
+                                      {2 * kSlot, 2UL},
+                                      {kSlots * kSlot - kSlot + 1, kSlots},
+                                      {kSlots * kSlot, kSlots}}) {
+        const int block = Alloc(size);
+        ASSERT_EQ(block, 0) << size;
+        EXPECT_EQ(object.GetSize(0), slots * kSlot) << size;
+        EXPECT_TRUE(Free(block));
+    }
+    for (const unsigned long size : {kSlots * kSlot + 1, ~0UL}) EXPECT_EQ(Alloc(size), -1) << size;
+}
+
+TEST_P(ShareMmfObjTest, TheFirstRunThatFitsWins) {
+    EXPECT_EQ(Alloc(kSlot), 0);
+    EXPECT_EQ(Alloc(2 * kSlot), 1);
+    EXPECT_EQ(Alloc(kSlot), 3);
+    EXPECT_FALSE(Free(1));
+    EXPECT_EQ(Alloc(3 * kSlot), 4);
+    EXPECT_EQ(Alloc(2 * kSlot), 1);
+    EXPECT_EQ(Alloc((kSlots - 9) * kSlot), 7);  // 1022 and 1023 are left
+    EXPECT_EQ(Alloc(3 * kSlot), -1);
+    EXPECT_EQ(Alloc(2 * kSlot), 1022);
+    EXPECT_EQ(Alloc(1), -1);
+    EXPECT_FALSE(Free(3));
+    EXPECT_FALSE(Free(1));
+    EXPECT_EQ(Alloc(4 * kSlot), -1);
+    EXPECT_EQ(Alloc(3 * kSlot), 1);
+}
+
+TEST_P(ShareMmfObjTest, BlocksKeepTheirBytesApart) {
+    std::vector<int> blocks;
+    for (const unsigned long slots : {1UL, 3UL, 2UL}) {
+        blocks.push_back(Alloc(slots * kSlot));
+        unsigned char* const address = object.Map(blocks.back());
+        ASSERT_NE(address, MAP_FAILED);
+        std::fill_n(address, slots * kSlot, static_cast<unsigned char>(blocks.back() + 1));
+        object.UnMap(blocks.back());
+    }
+    for (const int block : blocks) {
+        const unsigned long size = object.GetSize(static_cast<unsigned int>(block));
+        const unsigned char* const address = object.Map(block);
+        EXPECT_EQ(std::count(address, address + size, block + 1), static_cast<long>(size)) << block;
+    }
+    EXPECT_EQ(object.GetRefCount(1), 1U);
+}
+
+TEST_P(ShareMmfObjTest, MapsCountAndTheLastUnMapLetsGo) {
+    ASSERT_EQ(Alloc(1), 0);
+    const int block = Alloc(100);
+    unsigned char* const address = object.Map(block);
+    EXPECT_EQ(object.Map(block), address);
+    EXPECT_EQ(object.GetRefCount(1), 2U);
+    object.UnMap(block);
+    EXPECT_TRUE(IsMapped(address));
+    object.UnMap(block);
+    EXPECT_EQ(IsMapped(address), !IsFile());
+
+    object.UnMap(block);
+    EXPECT_EQ(object.GetRefCount(1), ~0UL);
+    EXPECT_EQ(object.Map(block), nullptr);
+}
+
+TEST_P(ShareMmfObjTest, WindowsLieInsideTheirBlock) {
+    ASSERT_EQ(Alloc(kSlot), 0);
+    const int block = Alloc(2 * kSlot);
+    unsigned char* const whole = object.Map(block);
+    whole[kSlot] = 7;
+    unsigned char* const window = object.MapWindow(block, kSlot, kSlot);
+    ASSERT_NE(window, MAP_FAILED);
+    EXPECT_EQ(window[0], 7);
+    EXPECT_EQ(window == whole + kSlot, !IsFile());
+    object.UnMapWindow(window, kSlot);
+    EXPECT_EQ(IsMapped(window), !IsFile());
+
+    EXPECT_NE(object.MapWindow(block, 2 * kSlot, 0), nullptr);
+    for (const auto& [offset, length] :
+         {std::pair{1UL, 2 * kSlot}, {0UL, 2 * kSlot + 1}, {2 * kSlot + 1, 0UL}, {kSlot, ~0UL}}) {
+        EXPECT_EQ(object.MapWindow(block, offset, length), nullptr) << offset << " " << length;
+    }
+}
+
+TEST_P(ShareMmfObjTest, UnknownBlocksAreRefused) {
+    ASSERT_EQ(Alloc(2 * kSlot), 0);
+    for (const int block : {1, 1023, 1024, -1}) {
+        bool isEmpty = true;
+        EXPECT_EQ(object.MemFree(block, isEmpty), KX::kResultInvalidArgument);
+        EXPECT_TRUE(isEmpty);
+        EXPECT_EQ(object.Map(block), nullptr);
+        EXPECT_EQ(object.MapWindow(block, 0, 1), nullptr);
+        EXPECT_EQ(object.GetSize(static_cast<unsigned int>(block)), 0U);
+        object.UnMap(block);
+    }
+}
+
+TEST_P(ShareMmfObjTest, FreeingUnmapsABlockUnderItsUser) {
+    ASSERT_EQ(Alloc(1), 0);
+    const int block = Alloc(1);
+    const unsigned char* const address = object.Map(block);
+    EXPECT_FALSE(Free(block));
+    EXPECT_EQ(IsMapped(address), !IsFile());
+    EXPECT_TRUE(Free(0));
+}
+
+TEST_P(ShareMmfObjTest, NoMemoryForTheRecordIsNoRoom) {
+    {
+        const CFailingAllocation failing(0);
+        EXPECT_EQ(Alloc(1), -1);
+    }
+    EXPECT_EQ(Alloc(1), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Store, ShareMmfObjTest, testing::Bool(),
+                         [](const auto& info) { return info.param ? "File" : "Heap"; });
+
+}  // namespace

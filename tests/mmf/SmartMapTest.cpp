@@ -1,0 +1,82 @@
+#include "mmf/SmartMap.h"
+
+#include <type_traits>
+
+#include "support/StoresTest.h"
+
+namespace {
+
+constexpr unsigned int kWindow = 0x1000000;
+constexpr unsigned long kSize = 5UL * kWindow + 100;
+
+static_assert(!std::is_copy_constructible_v<KX::CKXSmartMap>);
+static_assert(!std::is_copy_constructible_v<KX::CKXSmartWindowMap>);
+
+class SmartMapTest : public StoresTest {
+protected:
+    unsigned int Alloc(unsigned long size) {
+        unsigned int handle = 0;
+        EXPECT_TRUE(KX::CMmf::MemAlloc(size, handle, false, nullptr));
+        return handle;
+    }
+
+    unsigned char fallback = 0;
+};
+
+TEST_F(SmartMapTest, MapsAWholeBlockForItsLifetime) {
+    const unsigned int handle = Alloc(100);
+    {
+        KX::CKXSmartMap map(handle);
+        EXPECT_EQ(KX::CMmf::GetRefCount(handle), 1U);
+        unsigned char* const address = map.GetMapAddress(&fallback);
+        EXPECT_NE(address, &fallback);
+        const unsigned char* const none = nullptr;
+        EXPECT_EQ(std::as_const(map).GetMapAddress(none), address);
+    }
+    EXPECT_EQ(KX::CMmf::GetRefCount(handle), 0U);
+}
+
+TEST_F(SmartMapTest, FallsBackWhereNothingCanBeMapped) {
+    KX::CKXSmartMap unknown(0x00050001);
+    EXPECT_EQ(unknown.GetMapAddress(&fallback), &fallback);
+    EXPECT_EQ(KX::CKXSmartWindowMap(0x00050001, kWindow).GetMapAddress(nullptr, 0), nullptr);
+
+    ASSERT_TRUE(KX::CMmf::SetDirectory(0, L"KX__", StoreFolder(L"missing/store").c_str(), 0));
+    const unsigned int homeless = Alloc(kSize);
+    KX::CKXSmartMap map(homeless);
+    EXPECT_EQ(map.GetMapAddress(&fallback), &fallback);
+    KX::CKXSmartWindowMap windows(homeless, kWindow);
+    EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
+    EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
+}
+
+TEST_F(SmartMapTest, TheWindowMovesOnRequestAndEndsWithTheBlock) {
+    const unsigned int handle = Alloc(kSize);
+    unsigned char* last = nullptr;
+    {
+        KX::CKXSmartWindowMap windows(handle, kWindow);
+        for (unsigned long offset = 0; offset < kSize; offset += kWindow) {
+            unsigned char* const address = windows.GetMapAddress(nullptr, offset);
+            ASSERT_NE(address, nullptr);
+            EXPECT_EQ(windows.GetMapAddress(nullptr, offset), address);
+            *address = static_cast<unsigned char>(offset / kWindow + 1);
+            last = address;
+        }
+        EXPECT_TRUE(IsMapped(last));
+        EXPECT_EQ(windows.GetMapAddress(nullptr, kSize + kWindow), nullptr);
+        EXPECT_FALSE(IsMapped(last));
+        last = windows.GetMapAddress(nullptr, kWindow);
+        EXPECT_EQ(*last, 2);
+    }
+    EXPECT_FALSE(IsMapped(last));
+    EXPECT_EQ(KX::CKXSmartMap(handle).GetMapAddress(&fallback)[4UL * kWindow], 5);
+}
+
+TEST_F(SmartMapTest, ACallersMappingIsTakenAsItIs) {
+    unsigned char bytes[10];
+    KX::CKXSmartWindowMap windows(Alloc(100), kWindow);
+    EXPECT_EQ(windows.GetMapAddress(bytes, 7), bytes + 7);
+    EXPECT_EQ(windows.GetMapAddress(nullptr, 0xFFFFFFFF), nullptr);  // the mark for no window yet
+}
+
+}  // namespace

@@ -1,0 +1,118 @@
+#include <sys/mman.h>
+
+#include <atomic>
+#include <cstring>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "mmf/MmfManager.h"
+#include "support/StoresTest.h"
+
+namespace {
+
+using StoreThreadsTest = StoresTest;
+
+constexpr unsigned long kMiB = 1UL << 20;
+
+struct Held {
+    unsigned int handle;
+    unsigned long size;
+    unsigned char mark;
+};
+
+void Fill(const Held& block) {
+    unsigned char* const address = GlobalStoreOf(block.handle).Map(block.handle);
+    ASSERT_NE(address, nullptr);
+    address[0] = address[block.size / 2] = address[block.size - 1] = block.mark;
+    GlobalStoreOf(block.handle).UnMap(block.handle);
+}
+
+void CheckAndFree(const Held& block) {
+    unsigned char* const address = GlobalStoreOf(block.handle).Map(block.handle);
+    ASSERT_NE(address, nullptr);
+    EXPECT_EQ(address[0], block.mark);
+    EXPECT_EQ(address[block.size / 2], block.mark);
+    EXPECT_EQ(address[block.size - 1], block.mark);
+    EXPECT_EQ(GlobalStoreOf(block.handle).MemFree(block.handle), KX::kResultOk);
+}
+
+// Two threads to a store: blocks of all sizes are made, filled, checked and freed in random order.
+void Work(unsigned int store, unsigned int seed) {
+    std::mt19937 random(seed);
+    std::vector<Held> held;
+    for (int step = 0; step < 300; ++step) {
+        if (held.size() < 20) {
+            Held block{0, 1 + random() % (3 * kMiB), static_cast<unsigned char>(random())};
+            unsigned int local = 0;
+            ASSERT_TRUE(g_aFixMmfManager[store].MemAlloc(block.size, local));
+            block.handle = BlockHandle::WithStore(local, store);
+            Fill(block);
+            held.push_back(block);
+        } else {
+            std::swap(held[random() % held.size()], held.back());
+            CheckAndFree(held.back());
+            held.pop_back();
+        }
+    }
+    for (const Held& block : held) CheckAndFree(block);
+}
+
+TEST_F(StoreThreadsTest, FourStoresUnderEightThreads) {
+    const auto seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    {
+        std::vector<std::jthread> threads;
+        for (unsigned int index = 0; index < 8; ++index) threads.emplace_back(Work, index % 4, seed + index);
+    }
+    EXPECT_TRUE(NamesIn(folder).empty());
+}
+
+// Each free that empties its store removes the folder, perhaps between the making of the folder and that of the
+// file on another thread: no block may end up without its file.
+TEST_F(StoreThreadsTest, FoldersThatVanishMeanwhileComeBack) {
+    for (const int store : {0, 1, 2, 3}) {
+        const wchar_t prefix[] = {static_cast<wchar_t>(L'A' + store), L'_', L'\0'};
+        ASSERT_TRUE(KX::CMmf::SetDirectory(store, prefix, StoreFolder(L"common").c_str(), 0));
+    }
+    const auto allocAndFree = [](unsigned int store) {
+        CMmfManager& manager = g_aFixMmfManager[store];
+        for (int round = 0; round < 2000; ++round) {
+            unsigned int handle = 0;
+            ASSERT_TRUE(manager.MemAlloc(65 * kMiB, handle));
+            unsigned char* const window = manager.MapWindow(handle, 64 * kMiB, kMiB);
+            ASSERT_NE(window, MAP_FAILED);
+            manager.UnMapWindow(handle, window, kMiB);
+            ASSERT_EQ(manager.MemFree(handle), KX::kResultOk);
+        }
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (unsigned int store = 0; store < 4; ++store) threads.emplace_back(allocAndFree, store);
+    }
+    EXPECT_TRUE(NamesIn(folder).empty());
+}
+
+// A large request reads the total while other threads change it.
+TEST_F(StoreThreadsTest, TheLimitHoldsWhileOthersAllocate) {
+    SetLimit(0, 200 * kMiB);
+    std::atomic<int> refused = 0;
+    const auto work = [&refused](unsigned long size) {
+        for (int round = 0; round < 300; ++round) {
+            unsigned int handle = 0;
+            if (g_aFixMmfManager[0].MemAlloc(size, handle)) {
+                EXPECT_EQ(g_aFixMmfManager[0].MemFree(handle), KX::kResultOk);
+            } else {
+                ++refused;
+            }
+        }
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (const unsigned long size : {1UL, kMiB, 70 * kMiB, 300 * kMiB}) threads.emplace_back(work, size);
+    }
+    EXPECT_GE(refused, 300);
+    EXPECT_TRUE(NamesIn(folder).empty());
+}
+
+}  // namespace

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+
+// Refuses memory for one scope, in this thread alone: every allocation of at least `fromSize` bytes after the first
+// `allowed` ones. Covers operator new everywhere, and malloc where the library's own code calls it (on Linux).
+class CFailingAllocation {
+public:
+    explicit CFailingAllocation(std::size_t allowed, std::size_t fromSize = 0);
+    ~CFailingAllocation();
+
+    CFailingAllocation(const CFailingAllocation&) = delete;
+    CFailingAllocation& operator=(const CFailingAllocation&) = delete;
+
+    // Whether an allocation was refused so far.
+    static bool HasFailed();
+    // Allocations of this thread since its start.
+    static std::size_t Count();
+};

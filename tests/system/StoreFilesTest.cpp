@@ -1,0 +1,76 @@
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <fstream>
+
+#include "support/TempFolder.h"
+#include "system/System.h"
+#include "system/platform/Platform.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using StoreFilesTest = TempFolderTest;
+
+TEST_F(StoreFilesTest, TheTemporaryFolderIsTmpdirAsItStands) {
+    for (const char* const value : {"/var/tmp/x/", "relative", "/doubled//"}) {
+        ::setenv("TMPDIR", value, 1);
+        std::wstring path = L"held before";
+        KX::CSystem::GetSystemTmpPath(path);
+        EXPECT_EQ(path, fs::path(value).wstring());
+        wchar_t buffer[64];
+        KX::CSystem::GetSystemTmpPath(buffer);
+        EXPECT_EQ(buffer, path);
+    }
+}
+
+TEST_F(StoreFilesTest, WithoutTmpdirItIsAPrivateFolderAtHome) {
+    const std::string expected = KX::Platform::HomeFolder() + "/Ferrovance";
+    const bool wasThere = fs::exists(expected);
+    for (const bool isSet : {true, false}) {
+        isSet ? ::setenv("TMPDIR", "", 1) : ::unsetenv("TMPDIR");
+        std::string path;
+        KX::CSystem::GetTmpDirForOSX(path);
+        EXPECT_EQ(path, expected);
+    }
+    if (wasThere) return;  // the user's own: its mode is the user's, too
+    EXPECT_EQ(fs::status(expected).permissions(), fs::perms::owner_all);
+    fs::remove(expected);
+}
+
+TEST_F(StoreFilesTest, FileExistsFollowsLinksUnlessToldNotTo) {
+    fs::create_directory("folder \xE6\x96\x87");
+    std::ofstream("file") << "x";
+    fs::create_symlink("nowhere", "dangling");
+    fs::create_symlink("file", "link");
+
+    struct Case {
+        const char* name;
+        const wchar_t* path;
+        bool followed;
+        bool itself;
+    };
+    for (const auto& [name, path, followed, itself] :
+         {Case{"folder, separator", L"folder \u6587/", true, true}, Case{"file", L"file", true, true},
+          Case{"file, separator", L"file\\", true, true}, Case{"dangling", L"dangling", false, true},
+          Case{"link", L"link", true, true}, Case{"missing", L"missing", false, false},
+          Case{"empty", L"", false, false}, Case{"not convertible", L"file\xD800", false, false}}) {
+        EXPECT_EQ(KX::CSystem::FileExists(path, false), followed) << name;
+        EXPECT_EQ(KX::CSystem::FileExists(path, true), itself) << name;
+    }
+}
+
+TEST_F(StoreFilesTest, DeleteFileByNameDeletesThatFileAndNoOther) {
+    fs::create_directories("folder/inner");
+    std::ofstream("file") << "x";
+    EXPECT_EQ(KX::CSystem::DeleteFileByName(L"folder"), KX::kResultFail);
+    EXPECT_EQ(KX::CSystem::DeleteFileByName(L"missing"), KX::kResultFail);
+    // A path that cannot be converted whole must not be cut down to the name of another file.
+    EXPECT_EQ(KX::CSystem::DeleteFileByName(L"file\xD800"), KX::kResultFail);
+    EXPECT_EQ(NamesIn("."), (std::vector<std::string>{"file", "folder"}));
+    EXPECT_EQ(KX::CSystem::DeleteFileByName(L"file"), KX::kResultOk);
+    EXPECT_EQ(NamesIn("."), std::vector<std::string>{"folder"});
+}
+
+}  // namespace
