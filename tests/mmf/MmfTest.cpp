@@ -112,7 +112,7 @@ TEST_F(MmfTest, BlockSizesAreWholePagesIn32Bits) {
 }
 
 TEST_F(MmfTest, FinalizeEmptiesAllFourStores) {
-    unsigned int handles[4];
+    unsigned int handles[4] = {};
     for (const unsigned int store : {0U, 1U, 2U, 3U}) {
         ASSERT_TRUE(KX::CMmf::MemAlloc(kLarge, handles[store], false, nullptr));
         EXPECT_EQ(handles[store] >> 30, store);

@@ -23,7 +23,7 @@ std::string NarrowBySwitch(const std::wstring& text, const std::string& name) {
     return UnderProcessLocale(name, [&] {
         std::string buffer(text.size() * 4 + 4, '\0');
         (void)std::wcstombs(buffer.data(), text.c_str(), buffer.size() - 1);
-        return std::string(buffer.c_str());
+        return buffer.substr(0, buffer.find('\0'));
     });
 }
 
@@ -31,7 +31,7 @@ std::wstring WideBySwitch(const std::string& text, const std::string& name) {
     return UnderProcessLocale(name, [&] {
         std::wstring buffer(text.size() + 1, L'\0');
         (void)std::mbstowcs(buffer.data(), text.c_str(), buffer.size());
-        return std::wstring(buffer.c_str());
+        return buffer.substr(0, buffer.find(L'\0'));
     });
 }
 
@@ -99,6 +99,7 @@ TEST_F(EncodingTest, EightThreadsUnderDifferentLocalesAtOnce) {
         }
     };
     std::vector<std::jthread> threads;
+    threads.reserve(8);
     for (int index = 0; index < 8; ++index) threads.emplace_back(convert, index % 2 == 0);
 }
 

@@ -56,5 +56,5 @@ CMount::~CMount() {
 bool IsMapped(const unsigned char* address) {
     const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
     const auto start = reinterpret_cast<std::uintptr_t>(address) / page * page;
-    return ::msync(reinterpret_cast<void*>(start), 1, MS_ASYNC) == 0;
+    return ::msync(reinterpret_cast<void*>(start), 1, MS_ASYNC) == 0;  // NOLINT(performance-no-int-to-ptr)
 }
