@@ -12,6 +12,13 @@ unsigned char* MapWith(int protection, int descriptor, unsigned long length, uns
     return static_cast<unsigned char*>(address);
 }
 
+// Linux fills the cache for an executable mapping page by page, which makes each later walk through the file
+// several times slower; the advice has it filled in long runs, as for any other mapping.
+unsigned char* AdviseLongRuns(unsigned char* address, unsigned long length) {
+    if (address != MAP_FAILED) (void)::madvise(address, length, MADV_SEQUENTIAL);
+    return address;
+}
+
 bool IsRefusal(int error) {
     return error == EACCES || error == EPERM;
 }
@@ -20,7 +27,7 @@ bool IsRefusal(int error) {
 
 unsigned char* MapFile(int descriptor, unsigned long length, unsigned long offset) {
     unsigned char* const address = MapWith(PROT_READ | PROT_WRITE | PROT_EXEC, descriptor, length, offset);
-    if (address != MAP_FAILED || !IsRefusal(errno)) return address;
+    if (address != MAP_FAILED || !IsRefusal(errno)) return AdviseLongRuns(address, length);
     return MapWith(PROT_READ | PROT_WRITE, descriptor, length, offset);
 }
 

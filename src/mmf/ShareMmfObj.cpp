@@ -46,7 +46,7 @@ bool CShareMmfObj::MemAlloc(unsigned long size, unsigned int& block) {
         return false;
     }
     try {
-        mappings.emplace(run.start, CMapping{run.start, wanted});
+        mappingAt[run.start] = &mappings.emplace(run.start, CMapping{run.start, wanted}).first->second;
     } catch (const std::exception&) {  // no memory for the record
         return false;
     }
@@ -64,6 +64,7 @@ KX::Result CShareMmfObj::MemFree(int block, bool& bEmpty) {
     UnmapWhole(mapping);
     std::fill_n(slotUsed.begin() + static_cast<std::ptrdiff_t>(mapping.firstSlot), mapping.slotCount, 0);
     freeRunBound = std::max(freeRunBound, FreeRunAround(found));
+    mappingAt[mapping.firstSlot] = nullptr;
     mappings.erase(found);
     bEmpty = mappings.empty();
     return KX::kResultOk;
@@ -155,8 +156,7 @@ std::size_t CShareMmfObj::FreeRunAround(Mappings::iterator block) {
 }
 
 CShareMmfObj::CMapping* CShareMmfObj::Find(unsigned int block) {
-    const auto found = mappings.find(block);
-    return found == mappings.end() ? nullptr : &found->second;
+    return block < kSlotCount ? mappingAt[block] : nullptr;
 }
 
 void CShareMmfObj::MapWhole(CMapping& mapping) {

@@ -62,5 +62,6 @@ private:
 
     std::array<unsigned char, kSlotCount> slotUsed KX_GUARDED_BY(lock){};  // 1 where a block stands
     Mappings mappings KX_GUARDED_BY(lock);                                 // by first slot
+    std::array<CMapping*, kSlotCount> mappingAt KX_GUARDED_BY(lock){};     // the same, found without a search
     std::size_t freeRunBound KX_GUARDED_BY(lock) = kSlotCount;
 };
