@@ -81,7 +81,7 @@ void RegisterMapBench() {
     Register("map/posix-mmap", Posix);
     Register("map/boost-mapped-region", Boost);
     CompareCost("map/one-block", "map/four-mutex-pairs", 2);
-    CompareCost("map/full-object", "map/four-mutex-pairs");
+    CompareCost("map/full-object", "map/four-mutex-pairs", 2);
     CompareCost("map/one-block", "map/posix-mmap");
     CompareCost("map/one-block", "map/boost-mapped-region");
 }
