@@ -1,84 +1,13 @@
 #include "string/Encoding.h"
 
-#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <map>
-#include <mutex>
-#include <shared_mutex>
 #include <utility>
 
-#if __has_include(<xlocale.h>)
-#include <xlocale.h>  // where BSD-born systems declare newlocale and uselocale
-#endif
+#include "string/LocaleScope.h"
 
 namespace KX {
-namespace {
-
-constexpr locale_t kNoLocale = nullptr;
-
-// The locales loaded so far, by name. Never destroyed: the stores convert paths in their static destructors,
-// which may run after those of this file.
-struct LocaleCache {
-    std::shared_mutex lock;
-    std::map<std::string, locale_t> locales;
-};
-
-LocaleCache& Cache() {
-    static LocaleCache& cache = *new LocaleCache;
-    return cache;
-}
-
-locale_t LoadLocale(const std::string& name) {
-    return ::newlocale(LC_ALL_MASK, name.c_str(), kNoLocale);
-}
-
-locale_t FindLocale(const std::string& name) {
-    LocaleCache& cache = Cache();
-    const std::shared_lock guard(cache.lock);
-    const auto found = cache.locales.find(name);
-    return found == cache.locales.end() ? kNoLocale : found->second;
-}
-
-// The kept locale of that name, loaded at its first use; null for a name that the C library does not know,
-// which is asked for again at each call because it may become known.
-locale_t KeptLocale(const std::string& name) {
-    if (const locale_t found = FindLocale(name)) return found;
-
-    const locale_t loaded = LoadLocale(name);
-    if (loaded == kNoLocale) return kNoLocale;
-
-    LocaleCache& cache = Cache();
-    const std::unique_lock guard(cache.lock);
-    const auto [entry, isNew] = cache.locales.emplace(name, loaded);
-    if (!isNew) ::freelocale(loaded);  // another thread was faster
-    return entry->second;
-}
-
-// Runs the calling thread under the named locale for one scope; under the locale in force if the name is unknown.
-class CLocaleScope {
-public:
-    explicit CLocaleScope(const std::string& name)
-        : environment(name.empty() ? LoadLocale(name) : kNoLocale),
-          previous(Use(name.empty() ? environment : KeptLocale(name))) {}
-
-    ~CLocaleScope() {
-        if (previous != kNoLocale) ::uselocale(previous);
-        if (environment != kNoLocale) ::freelocale(environment);
-    }
-
-    CLocaleScope(const CLocaleScope&) = delete;
-    CLocaleScope& operator=(const CLocaleScope&) = delete;
-
-private:
-    static locale_t Use(locale_t locale) { return locale == kNoLocale ? kNoLocale : ::uselocale(locale); }
-
-    locale_t environment;  // loaded for this scope alone, as the environment may differ at the next
-    locale_t previous;     // what to go back to, null where nothing was switched
-};
-
-}  // namespace
 
 std::string ConvertToString(std::wstring text, const std::string& localeName) {
     std::string narrow(text.size() * 4 + 4, '\0');

@@ -1,0 +1,65 @@
+#include "string/LocaleScope.h"
+
+#include <map>
+#include <mutex>
+#include <shared_mutex>
+
+namespace KX {
+namespace {
+
+constexpr locale_t kNoLocale = nullptr;
+
+// The locales loaded so far, by name. Never destroyed: the stores convert paths in their static destructors, which
+// may run after those of this file.
+struct LocaleCache {
+    std::shared_mutex lock;
+    std::map<std::string, locale_t> locales;
+};
+
+LocaleCache& Cache() {
+    static LocaleCache& cache = *new LocaleCache;
+    return cache;
+}
+
+locale_t LoadLocale(const std::string& name) {
+    return ::newlocale(LC_ALL_MASK, name.c_str(), kNoLocale);
+}
+
+locale_t FindLocale(const std::string& name) {
+    LocaleCache& cache = Cache();
+    const std::shared_lock guard(cache.lock);
+    const auto found = cache.locales.find(name);
+    return found == cache.locales.end() ? kNoLocale : found->second;
+}
+
+// The kept locale of that name, loaded at its first use; null for a name that the C library does not know, which is
+// asked for again at each call because it may become known.
+locale_t KeptLocale(const std::string& name) {
+    if (const locale_t found = FindLocale(name)) return found;
+
+    const locale_t loaded = LoadLocale(name);
+    if (loaded == kNoLocale) return kNoLocale;
+
+    LocaleCache& cache = Cache();
+    const std::unique_lock guard(cache.lock);
+    const auto [entry, isNew] = cache.locales.emplace(name, loaded);
+    if (!isNew) ::freelocale(loaded);  // another thread was faster
+    return entry->second;
+}
+
+locale_t Use(locale_t locale) {
+    return locale == kNoLocale ? kNoLocale : ::uselocale(locale);
+}
+
+}  // namespace
+
+CLocaleScope::CLocaleScope(const std::string& name)
+    : environment(name.empty() ? LoadLocale(name) : kNoLocale),
+      previous(Use(name.empty() ? environment : KeptLocale(name))) {}
+
+CLocaleScope::~CLocaleScope() {
+    if (previous != kNoLocale) ::uselocale(previous);
+    if (environment != kNoLocale) ::freelocale(environment);
+}
+
+}  // namespace KX
