@@ -18,9 +18,8 @@ struct Path {
 // 60 characters each.
 const Path kAscii = {"/home/user/projects/illustration/pages/chapter-03/page-001.o",
                      L"/home/user/projects/illustration/pages/chapter-03/page-001.o"};
-const Path kHalfCjk = {
-    "/home/user/漫畫作品集第一部分冊/原稿與草圖資料夾/第三話分鏡完稿圖檔/上半部/chap03/page-1.o",
-    L"/home/user/漫畫作品集第一部分冊/原稿與草圖資料夾/第三話分鏡完稿圖檔/上半部/chap03/page-1.o"};
+const Path kHalfCjk = {"/home/user/漫畫作品集第一部分冊/原稿與草圖資料夾/第三話分鏡完稿圖檔/上半部/chap03/page-1.o",
+                       L"/home/user/漫畫作品集第一部分冊/原稿與草圖資料夾/第三話分鏡完稿圖檔/上半部/chap03/page-1.o"};
 
 // What the conversion gives while the whole process runs under the locale.
 template <typename Convert>

@@ -51,8 +51,8 @@ void EachBlockOfAFullObject(benchmark::State& state) {
 }
 
 void FourMutexPairs(benchmark::State& state) {
-    static pthread_mutex_t mutexes[] = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER,
-                                        PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER};
+    static pthread_mutex_t mutexes[] = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER,
+                                        PTHREAD_MUTEX_INITIALIZER};
     for (auto _ : state) {
         for (pthread_mutex_t& mutex : mutexes) {
             ::pthread_mutex_lock(&mutex);

@@ -61,8 +61,7 @@ bool PrintRatio(const Comparison& comparison, const Times& ours, const Times& pe
     const bool isMet = comparison.isSpeed ? ratio >= comparison.limit : ratio <= comparison.limit;
     const bool isWanted = comparison.limit > 0;
     fmt::print(" {}", comparison.isSpeed ? "speed" : "cost");
-    if (isWanted)
-        fmt::print(" {} {} {}", comparison.isSpeed ? ">=" : "<=", comparison.limit, isMet ? "ok" : "MISSED");
+    if (isWanted) fmt::print(" {} {} {}", comparison.isSpeed ? ">=" : "<=", comparison.limit, isMet ? "ok" : "MISSED");
     fmt::print("\n");
     return isMet || !isWanted;
 }

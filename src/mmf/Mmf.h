@@ -12,13 +12,18 @@ namespace KX {
 // block has a sparse file of its own, which is deleted with the block.
 //
 // Handles:   32 bits that name a block, 0 for none (mmf/BlockHandle.h). A handle that names nothing gives null or
-// 0,
-//            or does nothing.
-// Ownership: the stores own the memory. An address lives until its UnMap or UnMapWindow, or MemFree of the block.
+//            0, or does nothing.
+// Ownership: the stores own the memory. An address lives until its UnMap or UnMapWindow; one of the whole block also
+//            ends with MemFree. Windows are to be given back before MemFree: those of a file would stay mapped, and
+//            keep its room on disk, until the process ends.
 // Units:     bytes.
 // Errors:    false, null or 0; nothing throws. Where the system refuses a mapping (no file could be made, say), the
 //            address is MAP_FAILED, not null: check for both. A disk that is full shows only when pages are
-//            written. Blocks of more than 0xFFFFFFFE bytes get a file that is shorter than they are.
+//            written. Of a block of more than 0xFFFFFFFE bytes only the first (size modulo 2^32) bytes have a file
+//            behind them; touching more ends the process.
+// Files:     named by folder, prefix and second. Objects made in one second under one folder and prefix, those of
+//            small blocks included, share a name: two large blocks overwrite each other, and the first object to go
+//            deletes the file of the others. Give them different stores, folders, prefixes or seconds.
 // Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock.
 class KX_API CMmf {
 public:
@@ -36,7 +41,8 @@ public:
     static unsigned char* Map(unsigned int handle);
     static void UnMap(unsigned int handle);
     // The address of [offset, offset + length) of the block; null where that is not inside it. The offset lies on a
-    // page boundary. Paired with UnMapWindow of the same address and length.
+    // page boundary. Paired with UnMapWindow of the same address and length. Not to be made while a block above 64 MiB
+    // is mapped whole: the last UnMap would give back no more than the length of the window.
     static unsigned char* MapWindow(unsigned int handle, unsigned long offset, unsigned long length);
     static void UnMapWindow(unsigned int handle, void* address, unsigned long length);
 

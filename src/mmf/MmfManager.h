@@ -19,12 +19,11 @@
 //
 // Placing:   a block of at most 64 MiB shares the first object with room for it, a larger one gets an object of its
 //            own. The last block to go takes its object with it, and the last object the folder, if that is empty.
-// Ownership: owns its objects and their files. Addresses live until the matching UnMap or UnMapWindow, MemFree or
-//            the end of the store.
+// Ownership: owns its objects and their files. The address of a whole block lives until the last UnMap, MemFree or
+//            the end of the store, a window until UnMapWindow, which comes before MemFree.
 // Units:     bytes.
 // Errors:    false, null, 0 or a Result; nothing throws. A mapping that the system refuses comes back as
-// MAP_FAILED.
-//            A handle of a block that is gone gives null or 0, or does nothing.
+//            MAP_FAILED. A handle of a block that is gone gives null or 0, or does nothing.
 // Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock.
 class CMmfManager {
 public:
@@ -84,9 +83,8 @@ private:
     wchar_t prefix[kPrefixRoom] = L"KX_";
     std::wstring directory;
     unsigned int sizeLimit = 0;
-    std::atomic<std::uint64_t> totalSize =
-        0;                    // file sizes of all objects; atomic, as large requests read it unlocked
-    CKXCriticalSection lock;  // taken before the lock of any object
+    std::atomic<std::uint64_t> totalSize = 0;  // file sizes of all objects; atomic, as large requests read it unlocked
+    CKXCriticalSection lock;                   // taken before the lock of any object
 
     CFreeRunIndex freeRuns KX_GUARDED_BY(lock);         // FreeRunBound of each object
     std::size_t freeEntryHint KX_GUARDED_BY(lock) = 0;  // no entry below it is null

@@ -20,7 +20,7 @@ namespace {
 constexpr int kOpenAttempts = 100;
 
 // An existing folder is fine.
-bool MakeFolder(const std::string& folder) {
+[[nodiscard]] bool MakeFolder(const std::string& folder) {
     return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
 }
 
@@ -54,8 +54,8 @@ int OpenFile4MMF(std::wstring path, unsigned int size) {
     const int descriptor = ::open(KX::NarrowPath(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (descriptor == -1 || size == 0) return descriptor;
 
-    // size + 1 wraps around in 32 bits, as the size itself came in cut to them: callers know files of 4 GiB and
-    // more as shorter than their blocks. A failure to grow shows when the pages are touched.
+    // size + 1 wraps around in 32 bits, as the size itself came in cut to them: callers know the files of stores of
+    // 4 GiB and more as shorter than these. A failure to grow shows when the pages are touched.
     const unsigned int end = size + 1;
     const char lastByte = 0;
     [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, end);
@@ -107,7 +107,7 @@ bool CMmfObj::CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, 
     if (IsNullOrEmpty(prefix) || IsNullOrEmpty(directory)) return false;
 
     const std::string folder = KX::NarrowPath(directory);
-    MakeFolder(folder);
+    (void)MakeFolder(folder);  // no failure is reported: opening the file shows it
     filePath = BackingFilePath(prefix, directory);
     if (TakeHeap(size)) {
         fileSize = size;
@@ -121,7 +121,7 @@ bool CMmfObj::CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, 
 KX::Result CMmfObj::MappingFile() {
     const CKXCriticalSectionSmartLock guard(lock);
     if (TakeHeap(fileSize)) return KX::kResultOk;
-    if (fd == -1) fd = OpenFile4MMF(filePath, static_cast<unsigned int>(fileSize));
+    if (fd == -1) fd = OpenBackingFile(fileSize);
     return KX::kResultOk;
 }
 
@@ -138,7 +138,7 @@ void CMmfObj::DestroyMemMapFile() {
     }
     if (!filePath.empty()) {
         try {
-            KX::CSystem::DeleteFileByName(filePath);
+            (void)KX::CSystem::DeleteFileByName(filePath);  // it may be gone, or never have been made
         } catch (const std::exception&) {
             // No memory for the name: the file stays, which is better than the end of the process.
         }
@@ -150,6 +150,15 @@ void CMmfObj::DestroyMemMapFile() {
 std::uint64_t CMmfObj::GetFileSize() {
     const CKXCriticalSectionSmartLock guard(lock);
     return fileSize;
+}
+
+int CMmfObj::OpenBackingFile(std::uint64_t size) const noexcept {
+    try {
+        return OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // sizes are taken modulo 2^32 here
+    } catch (const std::exception&) {
+        errno = ENOMEM;
+        return -1;
+    }
 }
 
 // Makes the heap buffer of an object that wants one. Without the memory the object turns to its file.
@@ -164,7 +173,7 @@ bool CMmfObj::TakeHeap(std::uint64_t size) {
 // now: then it is made again.
 void CMmfObj::OpenInFolder(const std::string& folder, std::uint64_t size) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // sizes are taken modulo 2^32 here
+        fd = OpenBackingFile(size);
         if (fd != -1 || errno != ENOENT || !MakeFolder(folder)) return;
     }
 }

@@ -9,10 +9,12 @@
 // One backing store of the block store: a temporary file that is mapped on demand, or a heap buffer in place of it.
 // The base class owns the store and its lock; the classes derived from it place blocks in it.
 //
-// Ownership: owns the heap buffer, the descriptor and the file on disk, which is deleted with the object. Mapped
-//            addresses stay the object's: they end with the last UnMap, with MemFree, or with the object.
+// Ownership: owns the heap buffer, the descriptor and the file on disk, which is deleted with the object. The
+//            address of a whole block ends with the last UnMap, with MemFree, or with the object. A window of a
+//            file is its caller's and stays mapped until UnMapWindow, which must come before the object goes.
 // Units:     sizes, offsets and lengths are in bytes.
-// Errors:    null, false, 0 or a Result. A mapping that the system refuses is returned as it came: MAP_FAILED.
+// Errors:    null, false, 0 or a Result. A mapping that the system refuses is returned as it came: MAP_FAILED. The
+//            operations that make a store may throw std::bad_alloc, and leave it as far as it came.
 // Threads:   any; every operation holds the object's lock. A CMmfManager calls in with its own lock held.
 class CMmfObj {
 public:
@@ -23,16 +25,21 @@ public:
     CMmfObj(const CMmfObj&) = delete;
     CMmfObj& operator=(const CMmfObj&) = delete;
 
-    // Places a block and gives its number. False: no room.
+    // Places a block and gives its number. False: no room, or no memory to record it; the number is then 0 in this
+    // class, 0xFFFFFFFF in an unshared object, and as it was in a shared one.
     virtual bool MemAlloc(unsigned long size, unsigned int& block);
     // Frees a block, unmapping it under whoever still has it mapped; bEmpty tells whether it was the last one.
-    // kResultInvalidArgument: no such block, bEmpty as it was. kResultNotSupported: this class has no blocks.
+    // kResultInvalidArgument: no such block, bEmpty as it was. kResultNotSupported: this class has no blocks, bEmpty
+    // is true.
     virtual KX::Result MemFree(int block, bool& bEmpty);
 
-    // Maps the whole block, or counts one more map of it. Null: no such block. Each call is paired with an UnMap.
+    // Maps the whole block, or counts one more map of it. Null: no such block, or an UnMap too many came before.
+    // Each call is paired with an UnMap.
     virtual unsigned char* Map(int block);
     // Maps a part of the block, which is not counted; the offset lies on a page boundary. Null: no such block, or
-    // the window does not lie inside it. Paired with UnMapWindow of the same address and length.
+    // the window does not lie inside it. Paired with UnMapWindow of the same address and length. In a file, a window
+    // made while the whole block is mapped sets the length that the last UnMap gives back, as callers have settled
+    // on: the rest of the whole map then stays until the process ends.
     virtual unsigned char* MapWindow(int block, unsigned long offset, unsigned long length);
     virtual void UnMapWindow(void* address, unsigned long length);
     virtual void UnMap(int block);
@@ -67,6 +74,9 @@ protected:
     int fd KX_GUARDED_BY(lock) = -1;
     bool bInMemory KX_GUARDED_BY(lock) = false;  // the store is, or is to be, a heap buffer
 
+    // OpenFile4MMF of the backing file; -1 as well where memory for the name is short.
+    int OpenBackingFile(std::uint64_t size) const noexcept KX_REQUIRES(lock);
+
 private:
     bool TakeHeap(std::uint64_t size) KX_REQUIRES(lock);
     void OpenInFolder(const std::string& folder, std::uint64_t size) KX_REQUIRES(lock);
@@ -77,7 +87,7 @@ private:
 wchar_t* GetTempFileName(const wchar_t* directory, const wchar_t* prefix, unsigned char unique, wchar_t* out);
 
 // Opens a backing file for reading and writing, making it if it is missing (mode 0600), and grows it to size + 2
-// bytes unless size is 0. Returns the descriptor, which the caller closes, or -1 with the reason in errno. The sum
-// is taken in 32 bits: 0xFFFFFFFF, and any larger size that its caller has cut, ends in a file shorter than the
-// store.
+// bytes unless size is 0. Returns the descriptor, which the caller closes, or -1 with the reason in errno. May
+// throw std::bad_alloc. All is reckoned in 32 bits: a store of 4 GiB or more has a file of its size modulo 2^32 plus
+// 2 bytes, none at all for 4 GiB itself, and 1 byte for 2^32 - 1.
 int OpenFile4MMF(std::wstring path, unsigned int size);

@@ -32,7 +32,10 @@ bool CShareMmfObj::CreateShareMemMapFile(const wchar_t* prefix, const wchar_t* d
         const CKXCriticalSectionSmartLock guard(lock);
         bInMemory = true;
     }
-    return CreateMemMapFile(prefix, directory, kStoreSize);
+    const bool isMade = CreateMemMapFile(prefix, directory, kStoreSize);
+    const CKXCriticalSectionSmartLock guard(lock);
+    hasHeapViews = bInMemory;
+    return isMade;
 }
 
 bool CShareMmfObj::MemAlloc(unsigned long size, unsigned int& block) {
@@ -92,7 +95,7 @@ unsigned char* CShareMmfObj::MapWindow(int block, unsigned long offset, unsigned
 
 void CShareMmfObj::UnMapWindow(void* address, unsigned long length) {
     const CKXCriticalSectionSmartLock guard(lock);
-    if (!bInMemory) UnmapFile(address, length);
+    if (!hasHeapViews) UnmapFile(address, length);
 }
 
 void CShareMmfObj::UnMap(int block) {
@@ -133,8 +136,7 @@ CShareMmfObj::FreeRun CShareMmfObj::FindFirstRun(std::size_t wanted) const {
         from = static_cast<const unsigned char*>(free);
         const std::size_t inSight = std::min(wanted, static_cast<std::size_t>(end - from));
         const void* const used = std::memchr(from, 1, inSight);
-        const unsigned char* const runEnd =
-            used == nullptr ? from + inSight : static_cast<const unsigned char*>(used);
+        const unsigned char* const runEnd = used == nullptr ? from + inSight : static_cast<const unsigned char*>(used);
         const auto length = static_cast<std::size_t>(runEnd - from);
         if (length == wanted) return {static_cast<std::size_t>(from - begin), length};
 
@@ -168,11 +170,11 @@ void CShareMmfObj::MapWhole(CMapping& mapping) {
     }
     // Each first map opens the file anew; views made through the descriptor before stay valid.
     if (fd != -1) ::close(fd);
-    fd = OpenFile4MMF(filePath, 0);
+    fd = OpenBackingFile(0);
     mapping.mappedAddress = MapFile(fd, mapping.mappedLength, start);
 }
 
 void CShareMmfObj::UnmapWhole(CMapping& mapping) {
-    if (!bInMemory) UnmapFile(mapping.mappedAddress, mapping.mappedLength);
+    if (!hasHeapViews) UnmapFile(mapping.mappedAddress, mapping.mappedLength);
     mapping.mappedAddress = nullptr;
 }

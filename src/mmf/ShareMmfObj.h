@@ -11,10 +11,10 @@
 // one long enough from the start of the store, and is never moved; its number is its first slot. The store is a
 // heap buffer, or a file where that buffer cannot be had.
 //
-// Cost:    Map and UnMap of a block in a heap buffer are pointer arithmetic and a look-up among the object's
-// blocks;
+// Cost:    Map and UnMap of a block in a heap buffer are pointer arithmetic;
 //          MemAlloc looks at no more than the 1024 slots.
-// Errors and threads as in CMmfObj. A block's size is that of its slots: 100 bytes report 65536.
+// Errors and threads as in CMmfObj. A block's size is that of its slots: 100 bytes report 65536. As in an unshared
+// object, UnMap without a Map wraps the count around.
 class CShareMmfObj : public CMmfObj {
 public:
     static constexpr unsigned long kSlotSize = 0x10000;
@@ -64,4 +64,5 @@ private:
     Mappings mappings KX_GUARDED_BY(lock);                                 // by first slot
     std::array<CMapping*, kSlotCount> mappingAt KX_GUARDED_BY(lock){};     // the same, found without a search
     std::size_t freeRunBound KX_GUARDED_BY(lock) = kSlotCount;
+    bool hasHeapViews KX_GUARDED_BY(lock) = false;  // the store is, or was until it went, a heap buffer
 };

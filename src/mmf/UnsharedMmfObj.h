@@ -4,9 +4,8 @@
 
 // A backing file that holds one block, number 0, which fills it. For blocks of more than 64 MiB.
 //
-// Errors and threads as in CMmfObj. Callers that pair their calls see none of these settled rules, which are kept:
-// UnMap without a Map wraps the count around, so that the next Map only counts and gives null; a window made while
-// the whole block is mapped sets the length that the last UnMap gives back.
+// Errors and threads as in CMmfObj. UnMap without a Map wraps the count around, so that the next Map only counts and
+// gives null; this rule is settled and kept.
 class CUnsharedMmfObj : public CMmfObj {
 public:
     CUnsharedMmfObj();

@@ -21,6 +21,12 @@ LocaleCache& Cache() {
     return cache;
 }
 
+// Whether the name, or the part of a mixed name for some category, leaves the choice to the environment, which may
+// be another one at the next call.
+bool FollowsEnvironment(const std::string& name) {
+    return name.empty() || name.ends_with('=') || name.find("=;") != std::string::npos;
+}
+
 locale_t LoadLocale(const std::string& name) {
     return ::newlocale(LC_ALL_MASK, name.c_str(), kNoLocale);
 }
@@ -37,14 +43,13 @@ locale_t FindLocale(const std::string& name) {
 locale_t KeptLocale(const std::string& name) {
     if (const locale_t found = FindLocale(name)) return found;
 
-    const locale_t loaded = LoadLocale(name);
-    if (loaded == kNoLocale) return kNoLocale;
-
     LocaleCache& cache = Cache();
     const std::unique_lock guard(cache.lock);
-    const auto [entry, isNew] = cache.locales.emplace(name, loaded);
-    if (!isNew) ::freelocale(loaded);  // another thread was faster
-    return entry->second;
+    const auto entry = cache.locales.try_emplace(name, kNoLocale).first;
+    if (entry->second == kNoLocale) entry->second = LoadLocale(name);  // else another thread was faster
+    const locale_t kept = entry->second;
+    if (kept == kNoLocale) cache.locales.erase(entry);
+    return kept;
 }
 
 locale_t Use(locale_t locale) {
@@ -54,8 +59,8 @@ locale_t Use(locale_t locale) {
 }  // namespace
 
 CLocaleScope::CLocaleScope(const std::string& name)
-    : environment(name.empty() ? LoadLocale(name) : kNoLocale),
-      previous(Use(name.empty() ? environment : KeptLocale(name))) {}
+    : environment(FollowsEnvironment(name) ? LoadLocale(name) : kNoLocale),
+      previous(Use(FollowsEnvironment(name) ? environment : KeptLocale(name))) {}
 
 CLocaleScope::~CLocaleScope() {
     if (previous != kNoLocale) ::uselocale(previous);

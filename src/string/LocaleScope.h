@@ -11,8 +11,8 @@ namespace KX {
 
 // Runs the calling thread under a named locale for one scope, and under the locale in force if the C library does
 // not know the name. The process's own locale is not touched. Loaded locales are kept by name for the life of the
-// process;
-// "" follows the environment anew each time. std::bad_alloc may leave the constructor.
+// process; a name that leaves its choice to the environment ("") is loaded each time. std::bad_alloc may leave the
+// constructor.
 class CLocaleScope {
 public:
     explicit CLocaleScope(const std::string& name);

@@ -127,8 +127,7 @@ std::string ReplaceString(const std::string& text, const std::string& from, cons
     return Replaced(text, from, to, firstOnly);
 }
 
-std::wstring ReplaceString(const std::wstring& text, const std::wstring& from, const std::wstring& to,
-                           bool firstOnly) {
+std::wstring ReplaceString(const std::wstring& text, const std::wstring& from, const std::wstring& to, bool firstOnly) {
     return Replaced(text, from, to, firstOnly);
 }
 

@@ -26,8 +26,7 @@ std::wstring RemoveSpecificChar(std::wstring text, wchar_t character);
 // The text with `to` in place of the first occurrence of `from`, or of all from left to right; what was put in is
 // not searched again. An empty `from` is found once, at the start.
 std::string ReplaceString(const std::string& text, const std::string& from, const std::string& to, bool firstOnly);
-std::wstring ReplaceString(const std::wstring& text, const std::wstring& from, const std::wstring& to,
-                           bool firstOnly);
+std::wstring ReplaceString(const std::wstring& text, const std::wstring& from, const std::wstring& to, bool firstOnly);
 
 // The text without the blanks, tabs, line feeds and carriage returns at its ends. Wide only.
 std::wstring Trim(const std::wstring& text);

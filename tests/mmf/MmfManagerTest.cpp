@@ -199,8 +199,7 @@ TEST_F(MmfManagerTest, PlacesBlocksLikeTheModelOverALongSequence) {
         const bool isFilling = step / 1000 % 2 == 0;
         if (live.empty() || random() % 100 < (isFilling ? 70 : 30)) {
             const std::size_t slots = random() % 10 == 0 ? 1 + random() % 1030 : 1 + random() % 40;
-            live.push_back(
-                Alloc(std::min(slots * kSlot - random() % kSlot, slots <= 1024 ? kLargestShared : ~0UL)));
+            live.push_back(Alloc(std::min(slots * kSlot - random() % kSlot, slots <= 1024 ? kLargestShared : ~0UL)));
             ASSERT_EQ(live.back(), model.Alloc(slots)) << "step " << step;
         } else {
             std::swap(live[random() % live.size()], live.back());

@@ -154,6 +154,30 @@ TEST_P(ShareMmfObjTest, FreeingUnmapsABlockUnderItsUser) {
     EXPECT_TRUE(Free(0));
 }
 
+// Reopening the file takes memory for its name. Without it the map is refused and nothing else is harmed.
+TEST_P(ShareMmfObjTest, NoMemoryForMappingIsARefusal) {
+    ASSERT_EQ(Alloc(1), 0);
+    unsigned char* address = nullptr;
+    std::size_t allowed = 0;
+    do {
+        ASSERT_LT(allowed, 100U);
+        const CFailingAllocation failing(allowed++);
+        address = object.Map(0);
+        object.UnMap(0);
+    } while (CFailingAllocation::HasFailed());
+    EXPECT_NE(address, MAP_FAILED);
+    EXPECT_EQ(allowed > 1, IsFile());
+}
+
+TEST_P(ShareMmfObjTest, TheStoreMayGoBeforeItsMaps) {
+    ASSERT_EQ(Alloc(1), 0);
+    object.Map(0);
+    object.DestroyMemMapFile();
+    EXPECT_EQ(object.MapWindow(0, 0, kSlot), MAP_FAILED);
+    object.UnMap(0);
+    EXPECT_EQ(object.GetFileSize(), 0U);
+}
+
 TEST_P(ShareMmfObjTest, NoMemoryForTheRecordIsNoRoom) {
     {
         const CFailingAllocation failing(0);

@@ -56,10 +56,8 @@ TEST_F(UnsharedMmfObjTest, MapsOnceAndCounts) {
 
 TEST_F(UnsharedMmfObjTest, WindowsShowTheBlockFromTheirOffset) {
     unsigned char* const whole = object.Map(0);
-    for (unsigned long offset = 0; offset < kSize; ++offset)
-        whole[offset] = static_cast<unsigned char>(offset % 251);
-    for (const auto& [offset, length] :
-         {std::pair{0UL, kSize}, {kPage, kPage}, {4 * kPage, 100UL}, {4 * kPage, 1UL}}) {
+    for (unsigned long offset = 0; offset < kSize; ++offset) whole[offset] = static_cast<unsigned char>(offset % 251);
+    for (const auto& [offset, length] : {std::pair{0UL, kSize}, {kPage, kPage}, {4 * kPage, 100UL}, {4 * kPage, 1UL}}) {
         unsigned char* const window = object.MapWindow(0, offset, length);
         ASSERT_NE(window, MAP_FAILED);
         EXPECT_EQ(std::memcmp(window, whole + offset, length), 0) << offset;
@@ -73,12 +71,8 @@ TEST_F(UnsharedMmfObjTest, WindowsShowTheBlockFromTheirOffset) {
 }
 
 TEST_F(UnsharedMmfObjTest, WindowsOutsideTheBlockAreRefused) {
-    for (const auto& [offset, length] : {std::pair{0UL, kSize + 1},
-                                         {4 * kPage, 101UL},
-                                         {kSize + 1, 0UL},
-                                         {kPage, ~0UL},
-                                         {~0UL, 1UL},
-                                         {~0UL, ~0UL}}) {
+    for (const auto& [offset, length] :
+         {std::pair{0UL, kSize + 1}, {4 * kPage, 101UL}, {kSize + 1, 0UL}, {kPage, ~0UL}, {~0UL, 1UL}, {~0UL, ~0UL}}) {
         EXPECT_EQ(object.MapWindow(0, offset, length), nullptr) << offset << " " << length;
     }
     EXPECT_NE(object.MapWindow(0, kSize, 0), nullptr);  // inside, though the system maps nothing of no length

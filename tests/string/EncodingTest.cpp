@@ -35,6 +35,16 @@ std::wstring WideBySwitch(const std::string& text, const std::string& name) {
     });
 }
 
+// A name that leaves one category to the environment.
+std::string HalfOpenName() {
+    std::string name = "LC_CTYPE=";
+    for (const char* const category : {"NUMERIC", "TIME", "COLLATE", "MONETARY", "MESSAGES", "PAPER", "NAME", "ADDRESS",
+                                       "TELEPHONE", "MEASUREMENT", "IDENTIFICATION"}) {
+        name.append(";LC_").append(category).append("=C");
+    }
+    return name;
+}
+
 // A name as setlocale reports it where the categories differ.
 std::string MixedName() {
     return UnderProcessLocale("C", [] {
@@ -56,8 +66,8 @@ protected:
 };
 
 TEST_F(EncodingTest, ConvertsAsUnderASwitchOfTheProcessLocaleWhichStays) {
-    const std::vector<std::string> names = {KX::kTextLocale, "C",    "POSIX",    "C.UTF-8", "",
-                                            "no_SUCH.x",     "\xFF", MixedName()};
+    const std::vector<std::string> names = {KX::kTextLocale, "C",    "POSIX",     "C.UTF-8",     "",
+                                            "no_SUCH.x",     "\xFF", MixedName(), HalfOpenName()};
     const std::vector<std::wstring> wides = {
         L"", L"plain", kCjk, L"cut\xD800 here", L"cut\x110000 here", std::wstring(L"cut\0here", 8), L"\U0001F600"};
     const std::vector<std::string> narrows = {
@@ -68,12 +78,9 @@ TEST_F(EncodingTest, ConvertsAsUnderASwitchOfTheProcessLocaleWhichStays) {
         for (const char* const environment : {"C", KX::kTextLocale}) {
             ::setenv("LC_ALL", environment, 1);
             for (const std::string& name : names) {
-                SCOPED_TRACE(std::string(processLocale) + " in force, environment " + environment + ", named " +
-                             name);
-                for (const auto& text : wides)
-                    EXPECT_EQ(KX::ConvertToString(text, name), NarrowBySwitch(text, name));
-                for (const auto& text : narrows)
-                    EXPECT_EQ(KX::ConvertToWstring(text, name), WideBySwitch(text, name));
+                SCOPED_TRACE(std::string(processLocale) + " in force, environment " + environment + ", named " + name);
+                for (const auto& text : wides) EXPECT_EQ(KX::ConvertToString(text, name), NarrowBySwitch(text, name));
+                for (const auto& text : narrows) EXPECT_EQ(KX::ConvertToWstring(text, name), WideBySwitch(text, name));
             }
         }
         EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), processLocale);

@@ -16,9 +16,8 @@ TEST(PathTest, SeparatorsAreBothSlashes) {
          {Case{"", "", "", "", ""}, Case{"/", "", "/", "", ""}, Case{"abc", "abc", "abc/", "abc", ""},
           Case{"c.txt", "c.txt", "c.txt/", "c.txt", ""}, Case{"/x", "x", "/x/", "/x", "/x"},
           Case{"a/b/", "", "a/b/", "a/b", "a/b"}, Case{"/x//", "", "/x//", "/x/", "/x/"},
-          Case{"a/b\\c", "c", "a/b\\c/", "a/b\\c", "a/b\\c"},
-          Case{"a\\b/c.d", "c.d", "a\\b/c.d/", "a\\b/c.d", "a\\b"}, Case{"a.d/b", "b", "a.d/b/", "a.d/b", "a.d/b"},
-          Case{"c:\\d\\", "", "c:\\d\\", "c:\\d", "c:\\d"}}) {
+          Case{"a/b\\c", "c", "a/b\\c/", "a/b\\c", "a/b\\c"}, Case{"a\\b/c.d", "c.d", "a\\b/c.d/", "a\\b/c.d", "a\\b"},
+          Case{"a.d/b", "b", "a.d/b/", "a.d/b", "a.d/b"}, Case{"c:\\d\\", "", "c:\\d\\", "c:\\d", "c:\\d"}}) {
         SCOPED_TRACE(item.path);
         EXPECT_EQ(KX::GetPathFilename(item.path), item.filename);
         EXPECT_EQ(KX::GetPathFilename(Wide(item.path)), Wide(item.filename));
@@ -37,11 +36,10 @@ TEST(PathTest, NamesEndAtTheLastDot) {
     struct Case {
         std::string path, subName, mainName, changedMain;
     };
-    for (const Case& item :
-         {Case{"/x/archive.tar.gz", "gz", "archive.tar", "/x/new.gz"},
-          Case{"/x/.profile", "profile", "", "/x/new.profile"}, Case{"a.b/c", "b/c", "c", "a.b/c"},
-          Case{"abc", "", "abc", "abc"}, Case{"a.", "", "a", "a."}, Case{"a.b", "b", "a", "new.b"},
-          Case{"a.b/", "b/", "", "a.b/new.b/"}, Case{"", "", "", ""}}) {
+    for (const Case& item : {Case{"/x/archive.tar.gz", "gz", "archive.tar", "/x/new.gz"},
+                             Case{"/x/.profile", "profile", "", "/x/new.profile"}, Case{"a.b/c", "b/c", "c", "a.b/c"},
+                             Case{"abc", "", "abc", "abc"}, Case{"a.", "", "a", "a."}, Case{"a.b", "b", "a", "new.b"},
+                             Case{"a.b/", "b/", "", "a.b/new.b/"}, Case{"", "", "", ""}}) {
         SCOPED_TRACE(item.path);
         EXPECT_EQ(KX::GetSubName(item.path), item.subName);
         EXPECT_EQ(KX::GetSubName(Wide(item.path)), Wide(item.subName));
@@ -65,12 +63,8 @@ TEST(PathTest, ChangeSubNameReplacesToTheEnd) {
 }
 
 TEST(PathTest, LastComponentsOfWidePaths) {
-    for (const auto& [path, parent] : {std::pair{L"/a/b/c", L"/a/b"},
-                                       {L"/a/b\\c/", L"/a/b"},
-                                       {L"a/", L""},
-                                       {L"a", L""},
-                                       {L"", L""},
-                                       {L"/", L""}}) {
+    for (const auto& [path, parent] :
+         {std::pair{L"/a/b/c", L"/a/b"}, {L"/a/b\\c/", L"/a/b"}, {L"a/", L""}, {L"a", L""}, {L"", L""}, {L"/", L""}}) {
         EXPECT_EQ(KX::RemoveLastPathDirectory(path), parent);
     }
     for (const auto& [path, replaced] : {std::pair{L"a\\b\\c", L"a\\b\\n\\"},

@@ -43,8 +43,8 @@ TEST(TextTest, ReplacesWithoutSearchingWhatItPutIn) {
     };
     for (const auto& [text, from, to, all, first] :
          {Case{"aaa", "a", "aa", "aaaaaa", "aaaa"}, Case{"abcab", "ab", "", "c", "cab"},
-          Case{"aaa", "aa", "b", "ba", "ba"}, Case{"abc", "x", "y", "abc", "abc"},
-          Case{"abc", "", "x", "xabc", "xabc"}, Case{"", "a", "b", "", ""}}) {
+          Case{"aaa", "aa", "b", "ba", "ba"}, Case{"abc", "x", "y", "abc", "abc"}, Case{"abc", "", "x", "xabc", "xabc"},
+          Case{"", "a", "b", "", ""}}) {
         SCOPED_TRACE(text + " " + from);
         EXPECT_EQ(KX::ReplaceString(text, from, to, false), all);
         EXPECT_EQ(KX::ReplaceString(text, from, to, true), first);
@@ -58,9 +58,8 @@ TEST(TextTest, StartsAndEnds) {
         std::string text, part;
         bool starts, ends;
     };
-    for (const auto& [text, part, starts, ends] :
-         {Case{"abc", "", true, true}, Case{"ab", "abc", false, false}, Case{"abc", "ab", true, false},
-          Case{"abc", "bc", false, true}}) {
+    for (const auto& [text, part, starts, ends] : {Case{"abc", "", true, true}, Case{"ab", "abc", false, false},
+                                                   Case{"abc", "ab", true, false}, Case{"abc", "bc", false, true}}) {
         SCOPED_TRACE(text + " " + part);
         EXPECT_EQ(KX::StringStartsWith(text, part), starts);
         EXPECT_EQ(KX::StringStartsWith(Wide(text), Wide(part)), starts);

@@ -34,8 +34,7 @@ std::wstring TempFolderTest::StoreFolder(const std::wstring& name) const {
 std::vector<std::string> NamesIn(const fs::path& folder) {
     std::vector<std::string> names;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(folder, error))
-        names.push_back(entry.path().filename().string());
+    for (const auto& entry : fs::directory_iterator(folder, error)) names.push_back(entry.path().filename().string());
     std::ranges::sort(names);
     return names;
 }

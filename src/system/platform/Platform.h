@@ -6,8 +6,8 @@
 // by the build; nothing that could be tested elsewhere is done behind them.
 namespace KX::Platform {
 
-// The home folder of the user who runs the process, in UTF-8 and without a separator at its end; empty where
-// the system knows none. Any thread. May throw std::bad_alloc.
+// The home folder of the user who runs the process, as the system gives it; empty where it knows none. Any thread.
+// May throw std::bad_alloc.
 std::string HomeFolder();
 
 }  // namespace KX::Platform
