@@ -1,0 +1,86 @@
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <clocale>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Hold.h"
+#include "Progress.h"
+#include "Signals.h"
+#include "Stores.h"
+
+namespace {
+
+// Where a standard descriptor is closed, the next file to be opened would take its number, and messages would be
+// written into that file. What is put in its place fails when used.
+void OccupyStandardDescriptors() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (::fcntl(descriptor, F_GETFD) != -1) continue;
+        (void)::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+// The arguments in the order that CLI11 wants, the last one first. It would take a name in brackets for a list.
+std::vector<std::string> Arguments(int argc, char** argv) {
+    std::vector<std::string> arguments;
+    for (int i = argc - 1; i > 0; --i) {
+        const std::string argument = argv[i];
+        arguments.push_back(argument.starts_with('[') ? "./" + argument : argument);
+    }
+    return arguments;
+}
+
+void AddHold(CLI::App& program, KxStore::HoldOptions& options) {
+    CLI::App* const hold = program.add_subcommand(
+        "hold", "Hold files as blocks of the stores, compare them with their sources, free them and report");
+    hold->add_option("PATH", options.paths, "Files, and folders with all files below them")->required();
+    hold->add_flag("--join", options.isJoined, "Hold all files as one block");
+    hold->add_flag("--json", options.isJson, "Report in JSON");
+    hold->add_option("--folder", options.folder,
+                     "Where the stores' own folder is made (default: the system's temporary folder)");
+    hold->add_option("--at-once", options.atOnce, "Hold no more than this at one time (default: 4 GiB)")
+        ->transform(CLI::AsSizeValue(false));
+}
+
+int ExitFor(const CLI::App& program, const CLI::ParseError& error) {
+    const int status = program.exit(error);
+    std::cout.flush();
+    return std::cout ? status : 1;
+}
+
+int Run(int argc, char** argv, KxStore::CProgress& progress) {
+    CLI::App program("Puts the block stores to work on real files", "kxstore");
+    program.require_subcommand(1);
+    KxStore::HoldOptions holdOptions;
+    AddHold(program, holdOptions);
+    try {
+        program.parse(Arguments(argc, argv));
+    } catch (const CLI::ParseError& error) {
+        return ExitFor(program, error);
+    }
+    return KxStore::Hold(holdOptions, progress);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    OccupyStandardDescriptors();
+    std::setlocale(LC_ALL, "");  // paths are converted in it on machines that lack the library's own
+    KxStore::CProgress progress;
+    try {
+        KxStore::PointStoresNowhere();
+        KxStore::InstallSignalHandlers();
+        return Run(argc, argv, progress);
+    } catch (const KxStore::Stopped& stopped) {
+        progress.Message(fmt::format("stopped by signal {}", stopped.number));
+        return 128 + stopped.number;
+    } catch (const std::exception& error) {
+        progress.Message(error.what());
+        return 1;
+    }
+}
