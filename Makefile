@@ -3,6 +3,7 @@
 SETUP := ./cmake/setup.sh
 SOURCES = $(shell git ls-files '*.h' '*.cpp')
 LOCALE = LOCPATH=$(CURDIR)/build/release/locale
+DEMO_INPUT = ./cmake/demo-input.sh | tr '\n' '\0'
 
 .PHONY: demo test bench format format-check lint sanitize asan tsan clean
 
@@ -11,8 +12,8 @@ demo:
 	@$(SETUP) build
 	cmake --preset demo
 	cmake --build build/release
-	$(LOCALE) ./build/release/tools/kxstore/kxstore hold "$$(./cmake/demo-input.sh)"
-	$(LOCALE) ./build/release/tools/kxstore/kxstore hold --join "$$(./cmake/demo-input.sh)"
+	$(DEMO_INPUT) | $(LOCALE) xargs -0 ./build/release/tools/kxstore/kxstore hold
+	$(DEMO_INPUT) | $(LOCALE) xargs -0 ./build/release/tools/kxstore/kxstore hold --join
 
 test:
 	@$(SETUP) build test
