@@ -54,7 +54,7 @@ void FourMutexPairs(benchmark::State& state) {
     static pthread_mutex_t mutexes[] = {PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER, PTHREAD_MUTEX_INITIALIZER,
                                         PTHREAD_MUTEX_INITIALIZER};
     for (auto _ : state) {
-        for (pthread_mutex_t& mutex : mutexes) {
+        for (pthread_mutex_t& mutex : mutexes) {  // NOLINT(misc-non-copyable-objects)
             ::pthread_mutex_lock(&mutex);
             ::pthread_mutex_unlock(&mutex);
         }

@@ -23,6 +23,7 @@ bool Take(std::vector<std::string>& flags, const std::string& flag) {
 }
 
 // Our defaults go in front of what was given: of two the later one holds.
+// NOLINTNEXTLINE(readability-non-const-parameter): it goes among the arguments, which are not const
 void InitializeBenchmark(char* program, const std::vector<std::string>& given, bool isQuick) {
     std::vector<std::string> flags = {"--benchmark_enable_random_interleaving=true",
                                       isQuick ? "--benchmark_repetitions=1" : "--benchmark_repetitions=25",

@@ -174,7 +174,7 @@ void CShareMmfObj::MapWhole(CMapping& mapping) {
     mapping.mappedAddress = MapFile(fd, mapping.mappedLength, start);
 }
 
-void CShareMmfObj::UnmapWhole(CMapping& mapping) {
+void CShareMmfObj::UnmapWhole(CMapping& mapping) const {
     if (!hasHeapViews) UnmapFile(mapping.mappedAddress, mapping.mappedLength);
     mapping.mappedAddress = nullptr;
 }

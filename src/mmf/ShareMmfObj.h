@@ -58,7 +58,7 @@ private:
     std::size_t FreeRunAround(Mappings::iterator block) KX_REQUIRES(lock);
     CMapping* Find(unsigned int block) KX_REQUIRES(lock);
     void MapWhole(CMapping& mapping) KX_REQUIRES(lock);
-    void UnmapWhole(CMapping& mapping) KX_REQUIRES(lock);
+    void UnmapWhole(CMapping& mapping) const KX_REQUIRES(lock);
 
     std::array<unsigned char, kSlotCount> slotUsed KX_GUARDED_BY(lock){};  // 1 where a block stands
     Mappings mappings KX_GUARDED_BY(lock);                                 // by first slot

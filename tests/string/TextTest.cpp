@@ -45,7 +45,7 @@ TEST(TextTest, ReplacesWithoutSearchingWhatItPutIn) {
          {Case{"aaa", "a", "aa", "aaaaaa", "aaaa"}, Case{"abcab", "ab", "", "c", "cab"},
           Case{"aaa", "aa", "b", "ba", "ba"}, Case{"abc", "x", "y", "abc", "abc"}, Case{"abc", "", "x", "xabc", "xabc"},
           Case{"", "a", "b", "", ""}}) {
-        SCOPED_TRACE(text + " " + from);
+        SCOPED_TRACE(text);
         EXPECT_EQ(KX::ReplaceString(text, from, to, false), all);
         EXPECT_EQ(KX::ReplaceString(text, from, to, true), first);
         EXPECT_EQ(KX::ReplaceString(Wide(text), Wide(from), Wide(to), false), Wide(all));
@@ -60,7 +60,7 @@ TEST(TextTest, StartsAndEnds) {
     };
     for (const auto& [text, part, starts, ends] : {Case{"abc", "", true, true}, Case{"ab", "abc", false, false},
                                                    Case{"abc", "ab", true, false}, Case{"abc", "bc", false, true}}) {
-        SCOPED_TRACE(text + " " + part);
+        SCOPED_TRACE(text);
         EXPECT_EQ(KX::StringStartsWith(text, part), starts);
         EXPECT_EQ(KX::StringStartsWith(Wide(text), Wide(part)), starts);
         EXPECT_EQ(KX::StringEndsWith(text, part), ends);
