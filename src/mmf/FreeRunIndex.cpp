@@ -29,9 +29,16 @@ void CFreeRunIndex::Set(std::size_t entry, unsigned int freeRun) {
     }
 }
 
-std::size_t CFreeRunIndex::FindFirst(unsigned int freeRun) const {
-    if (leaves == 0 || nodes[1] < freeRun) return kNone;
-    std::size_t node = 1;
+std::size_t CFreeRunIndex::FindFirst(unsigned int freeRun, std::size_t from) const {
+    if (from >= leaves) return kNone;
+    std::size_t node = leaves + from;
+    while (nodes[node] < freeRun) {
+        while (node % 2 == 1) {  // a right child: what follows lies to the right of its parent
+            if (node == 1) return kNone;
+            node /= 2;
+        }
+        ++node;
+    }
     while (node < leaves) {
         node *= 2;
         if (nodes[node] < freeRun) ++node;

@@ -17,8 +17,8 @@ public:
     // Sets an entry below the reserved count.
     void Set(std::size_t entry, unsigned int freeRun);
 
-    // The lowest entry of at least that value, which is above 0; kNone if there is none.
-    std::size_t FindFirst(unsigned int freeRun) const;
+    // The lowest entry, `from` or behind it, of at least that value, which is above 0; kNone if there is none.
+    std::size_t FindFirst(unsigned int freeRun, std::size_t from) const;
 
 private:
     // Node 1 is the root, nodes 2n and 2n + 1 are the children of n, and the last `leaves` nodes are the entries.

@@ -161,7 +161,7 @@ void CMmfManager::DeleteMMFDirectory(const wchar_t* folder) {
 
 // The file is made without the lock, as it may take long; the limit is read without it, too.
 bool CMmfManager::AllocLarge(unsigned long size, unsigned int& handle) {
-    if (IsOverLimit(size)) return false;
+    if (IsOverLimit(size) || !HasFreeNumber()) return false;
 
     std::unique_ptr<CUnsharedMmfObj> object(new (std::nothrow) CUnsharedMmfObj);
     unsigned int block = 0;
@@ -195,8 +195,8 @@ bool CMmfManager::AllocShared(unsigned long size, unsigned int& handle) {
 // before one of its blocks is freed.
 bool CMmfManager::AllocInPresentObject(unsigned long size, unsigned int& handle) {
     const auto slots = static_cast<unsigned int>((size - 1) / CShareMmfObj::kSlotSize + 1);
-    for (;;) {
-        const std::size_t index = freeRuns.FindFirst(slots);
+    for (std::size_t next = 0;;) {
+        const std::size_t index = freeRuns.FindFirst(slots, next);
         if (index == CFreeRunIndex::kNone) return false;
 
         unsigned int block = 0;
@@ -204,10 +204,15 @@ bool CMmfManager::AllocInPresentObject(unsigned long size, unsigned int& handle)
             handle = BlockHandle::Make(index, block);
             return true;
         }
-        const unsigned int bound = objects[index]->FreeRunBound();
-        if (bound >= slots) return false;  // there is room, but no memory for the block's record
-        freeRuns.Set(index, bound);
+        freeRuns.Set(index, objects[index]->FreeRunBound());
+        next = index + 1;
     }
+}
+
+// Whether another object would find a number that its handles can carry.
+bool CMmfManager::HasFreeNumber() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    return FirstFreeEntry() < BlockHandle::kMaxObjects;
 }
 
 bool CMmfManager::IsOverLimit(unsigned long size) const {

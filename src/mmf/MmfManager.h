@@ -72,6 +72,7 @@ private:
     bool AllocShared(unsigned long size, unsigned int& handle);
     bool AllocInPresentObject(unsigned long size, unsigned int& handle) KX_REQUIRES(lock);
     bool IsOverLimit(unsigned long size) const;
+    bool HasFreeNumber();
     std::size_t FirstFreeEntry() KX_REQUIRES(lock);
     bool Record(std::unique_ptr<CMmfObj> object, std::size_t& index) KX_REQUIRES(lock);
     CMmfObj* Find(unsigned int handle) KX_REQUIRES(lock);

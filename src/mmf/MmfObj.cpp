@@ -154,7 +154,7 @@ std::uint64_t CMmfObj::GetFileSize() {
 
 int CMmfObj::OpenBackingFile(std::uint64_t size) const noexcept {
     try {
-        return OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // sizes are taken modulo 2^32 here
+        return OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // modulo 2^32, as when it was made
     } catch (const std::exception&) {
         errno = ENOMEM;
         return -1;
@@ -173,7 +173,7 @@ bool CMmfObj::TakeHeap(std::uint64_t size) {
 // now: then it is made again.
 void CMmfObj::OpenInFolder(const std::string& folder, std::uint64_t size) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-        fd = OpenBackingFile(size);
+        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // sizes are taken modulo 2^32 here
         if (fd != -1 || errno != ENOENT || !MakeFolder(folder)) return;
     }
 }

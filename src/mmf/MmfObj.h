@@ -74,7 +74,7 @@ protected:
     int fd KX_GUARDED_BY(lock) = -1;
     bool bInMemory KX_GUARDED_BY(lock) = false;  // the store is, or is to be, a heap buffer
 
-    // OpenFile4MMF of the backing file; -1 as well where memory for the name is short.
+    // Reopens the backing file; -1 also where memory for its name is short.
     int OpenBackingFile(std::uint64_t size) const noexcept KX_REQUIRES(lock);
 
 private:

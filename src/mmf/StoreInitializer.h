@@ -5,8 +5,8 @@
 namespace KX {
 
 // Builds the four global stores when the first of these objects is built and destroys them when the last one goes.
-// Every file that can reach the stores has one, ahead of its own static objects, which may therefore use the stores
-// in their constructors and destructors whatever the order in which the files are linked.
+// The library has one that comes first of all where the system can order static objects. Where it cannot, every file
+// that can reach the stores has one ahead of its own static objects, which may use them in any order of linking.
 class KX_API CStoreInitializer {
 public:
     CStoreInitializer();

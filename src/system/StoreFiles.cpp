@@ -19,7 +19,7 @@ void CSystem::GetTmpDirForOSX(std::string& out) {
     out = fromEnvironment == nullptr ? "" : fromEnvironment;
     if (!out.empty()) return;
 
-    out = GetNoPlatformSlashFolderPath(Platform::HomeFolder()) + "/Ferrovance";
+    out = Platform::HomeFolder() + "/Ferrovance";
     (void)::mkdir(out.c_str(), 0700);  // an existing folder is fine, and no failure is reported
 }
 
