@@ -1,7 +1,7 @@
 # `make demo` and `make test` do everything on a fresh machine; the rest are the developer's shortcuts.
 
 SETUP := ./cmake/setup.sh
-SOURCES = $(shell git ls-files '*.h' '*.cpp')
+SOURCES = $(shell git ls-files '*.h' '*.cpp' '*.mm')
 LOCALE = LOCPATH=$(CURDIR)/build/release/locale
 DEMO_INPUT = ./cmake/demo-input.sh | tr '\n' '\0'
 
@@ -11,7 +11,7 @@ DEMO_INPUT = ./cmake/demo-input.sh | tr '\n' '\0'
 demo:
 	@$(SETUP) build
 	cmake --preset demo
-	cmake --build build/release
+	cmake --build build/release --target kxstore kxmmf-locale
 	$(DEMO_INPUT) | $(LOCALE) xargs -0 ./build/release/tools/kxstore/kxstore hold
 	$(DEMO_INPUT) | $(LOCALE) xargs -0 ./build/release/tools/kxstore/kxstore hold --join
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "mmf/BlockHandle.h"
+#include "mmf/Mmf.h"
 #include "mmf/ShareMmfObj.h"
 #include "support/FailingAllocation.h"
 #include "support/StoreModel.h"
@@ -103,9 +104,9 @@ TEST_F(MmfManagerTest, TheLimitCountsWholeObjectsAndTheRequestBeforeANewOne) {
     for (const auto& [limit, first, second, isFirstPlaced, isSecondPlaced] :
          {Case{hundred, 30 * kMiB, 40 * kMiB, true, false}, Case{hundred, 30 * kMiB, 30 * kMiB, true, true},
           Case{hundred, 64 * kMiB, 36 * kMiB, true, true}, Case{hundred, 64 * kMiB, 36 * kMiB + 1, true, false},
-          Case{hundred, hundred, 1, true, false}, Case{hundred, hundred + 1, ~0UL, false, false},
-          Case{1, 1, 64 * kMiB - kSlot, true, true}, Case{1, 2, kSlot, false, false},
-          Case{0, hundred, ~0UL >> 1, true, true}}) {
+          Case{hundred, hundred, 1, true, false}, Case{hundred, hundred, ~0UL, true, false},
+          Case{hundred, hundred + 1, ~0UL, false, false}, Case{1, 1, 64 * kMiB - kSlot, true, true},
+          Case{1, 2, kSlot, false, false}, Case{0, hundred, ~0UL >> 1, true, true}}) {
         CMmfManager limited;
         ASSERT_TRUE(limited.SetDirectory(L"KX__", StoreFolder(L"limited").c_str()));
         limited.SetSizeLimit(limit);
@@ -126,6 +127,9 @@ TEST_F(MmfManagerTest, TheFolderGoesWithTheLastBlockUnlessSomethingElseIsInIt) {
 
     fs::remove(folder / "store" / "other");
     EXPECT_EQ(manager.MemFree(Alloc(kLargestShared + 1)), KX::kResultOk);
+    EXPECT_FALSE(fs::exists(folder / "store"));
+    fs::create_directory(folder / "store");
+    EXPECT_EQ(manager.MemFree(shared), KX::kResultOk);  // gone already, but the folder is looked at again
     EXPECT_FALSE(fs::exists(folder / "store"));
 }
 
@@ -164,7 +168,8 @@ TEST_F(MmfManagerTest, SetDirectoryRefusesAndKeepsWhatItHad) {
         EXPECT_FALSE(manager.SetDirectory(prefix, directory));
     }
     EXPECT_EQ(manager.GetDirectory(), StoreFolder());
-    EXPECT_TRUE(manager.SetDirectory(L"KX__", (tmp + L"/").c_str()));  // another text for the same folder passes
+    EXPECT_EQ(manager.MemFree(Alloc(kLargestShared + 1)), KX::kResultOk);  // no objects without the prefix
+    EXPECT_TRUE(manager.SetDirectory(L"KX__", (tmp + L"/").c_str()));      // another text for the same folder passes
 }
 
 TEST_F(MmfManagerTest, TheDefaultFolderLiesUnderTheTemporaryFolder) {
@@ -175,10 +180,11 @@ TEST_F(MmfManagerTest, TheDefaultFolderLiesUnderTheTemporaryFolder) {
 }
 
 TEST_F(MmfManagerTest, FinalizeDestroysAllAndPrintsWhatIsLeft) {
+    ASSERT_TRUE(manager.SetDirectory(L"ABC_", StoreFolder().c_str()));
     const unsigned int mapped = Alloc(1);
     manager.Map(mapped);
     Alloc(kLargestShared + 1);
-    for (const char* const name : {"KX_.mmfheader", "b.tmp.kept", "nodot"})
+    for (const char* const name : {"ABC.mmfheader", "b.tmp.kept", "nodot"})
         std::ofstream(folder / "store" / name) << "x";
 
     testing::internal::CaptureStdout();
@@ -187,6 +193,8 @@ TEST_F(MmfManagerTest, FinalizeDestroysAllAndPrintsWhatIsLeft) {
     EXPECT_EQ(StoreNames(), (std::vector<std::string>{"b.tmp.kept", "nodot"}));
     EXPECT_EQ(manager.Map(mapped), nullptr);
     EXPECT_EQ(Alloc(1), 0x00010001U);
+    manager.SetSizeLimit(256 * kMiB);  // the total still counts what is gone: 64 MiB twice, and now as much again
+    EXPECT_EQ(Alloc(kLargestShared), kUntouched);
 }
 
 TEST_F(MmfManagerTest, PlacesBlocksLikeTheModelOverALongSequence) {
@@ -213,9 +221,7 @@ TEST_F(MmfManagerTest, PlacesBlocksLikeTheModelOverALongSequence) {
 TEST_F(MmfManagerTest, ObjectNumbersEndBeforeTheStoreBits) {
     // Without a parent for its folder the store has no files, so that no system limit comes first.
     ASSERT_TRUE(manager.SetDirectory(L"KX__", StoreFolder(L"missing/store").c_str()));
-    for (std::size_t object = 0; object < BlockHandle::kMaxObjects; ++object) {
-        ASSERT_EQ(Alloc(kLargestShared + 1), BlockHandle::Make(object, 0));
-    }
+    for (unsigned int object = 1; object <= 16383; ++object) ASSERT_EQ(Alloc(kLargestShared + 1), object << 16 | 1);
     EXPECT_EQ(Alloc(kLargestShared + 1), kUntouched);
     EXPECT_EQ(Alloc(1), kUntouched);
     EXPECT_EQ(manager.MemFree(BlockHandle::Make(5, 0)), KX::kResultOk);
@@ -225,6 +231,7 @@ TEST_F(MmfManagerTest, ObjectNumbersEndBeforeTheStoreBits) {
 
 TEST_F(MmfManagerTest, AnyAllocationMayFailAndTheStoreGoesOn) {
     if (__lsan_disable != nullptr) __lsan_disable();
+    bool wasLeftBehind = false;
     for (const unsigned long size : {1UL, kLargestShared + 1}) {
         bool isDone = false;
         for (std::size_t allowed = 0; !isDone; ++allowed) {
@@ -233,11 +240,13 @@ TEST_F(MmfManagerTest, AnyAllocationMayFailAndTheStoreGoesOn) {
             ASSERT_TRUE(store.SetDirectory(L"KX__", StoreFolder(L"failing").c_str()));
             unsigned int handle = kUntouched;
             {
-                const CFailingAllocation failing(allowed);
+                const CFailingAllocation failing(allowed, 0, 1);
                 const bool isPlaced = store.MemAlloc(size, handle);
                 EXPECT_EQ(isPlaced, handle != kUntouched);
                 isDone = !CFailingAllocation::HasFailed();
                 EXPECT_TRUE(isPlaced || !isDone);
+                EXPECT_TRUE(!isPlaced || store.Map(handle) != MAP_FAILED) << allowed;
+                if (!isPlaced && !NamesIn(folder / "failing").empty()) wasLeftBehind = true;
             }
             EXPECT_TRUE(store.MemAlloc(size, handle)) << allowed;
             const CFailingAllocation failing(0);
@@ -245,7 +254,36 @@ TEST_F(MmfManagerTest, AnyAllocationMayFailAndTheStoreGoesOn) {
         }
     }
     if (__lsan_enable != nullptr) __lsan_enable();
-    fs::remove_all(folder / "failing");  // with the file of the object that could not be recorded
+    EXPECT_TRUE(wasLeftBehind);  // the object that could not be recorded keeps its file
+    fs::remove_all(folder / "failing");
+}
+
+// Where one object has no memory for the record of a block, the next one with room gets its turn.
+TEST_F(MmfManagerTest, ARefusedRecordPassesTheBlockOn) {
+    for (const unsigned int object : {1U, 2U}) ASSERT_EQ(Alloc(kLargestShared - kSlot), (object << 16) | 1);
+    unsigned int handle = kUntouched;
+    {
+        const CFailingAllocation failing(0, 0, 1);
+        EXPECT_TRUE(manager.MemAlloc(1, handle));
+    }
+    EXPECT_EQ(handle, 0x00020400U);
+    EXPECT_EQ(Alloc(1), 0x00010400U);
+}
+
+TEST_F(MmfManagerTest, NoMemoryLetsNoExceptionOut) {
+    const unsigned int large = Alloc(kLargestShared + 1);
+    const std::wstring other = StoreFolder(L"other");
+    {
+        const CFailingAllocation failing(0);
+        EXPECT_FALSE(manager.SetDirectory(L"KX__", other.c_str()));
+        EXPECT_EQ(KX::CMmf::GetDirectoryMMFQuantity(other.c_str()), 0U);
+        EXPECT_EQ(manager.MemFree(large), KX::kResultOk);
+        manager.Finalize();
+        EXPECT_TRUE(CFailingAllocation::HasFailed());
+    }
+    EXPECT_EQ(manager.GetDirectory(), StoreFolder());
+    EXPECT_EQ(StoreNames().size(), 1U);  // the file stays where its name cannot be converted
+    fs::remove_all(folder / "store");
 }
 
 TEST_F(MmfManagerTest, MappingABlockInMemoryAllocatesNothing) {

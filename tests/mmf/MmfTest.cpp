@@ -19,7 +19,7 @@ TEST_F(MmfTest, AllocatesInTheFirstStoreWithRoomAndMapsOnRequest) {
     for (const unsigned int store : {0U, 1U, 2U, 3U}) SetLimit(store, 1);
     unsigned char* address = nullptr;
     for (const unsigned int store : {0U, 1U, 2U, 3U}) {
-        unsigned int handle = 0;
+        unsigned int handle = 77;
         EXPECT_FALSE(KX::CMmf::MemAlloc(2, handle, true, &address)) << "no store may grow by 2 bytes";
         EXPECT_EQ(handle, 0U);
         SetLimit(store, 0);
@@ -40,7 +40,9 @@ TEST_F(MmfTest, TakesNoEmptyBlockAndNoMissingAddress) {
     EXPECT_FALSE(KX::CMmf::MemAlloc(0, handle, false, nullptr));
     EXPECT_FALSE(KX::CMmf::MemAlloc(1, handle, true, nullptr));
     EXPECT_EQ(handle, 77U);
-    handle = 0;
+    handle = 0x00050001;
+    KX::CMmf::MemFree(handle);  // the store refuses, and the handle goes all the same
+    EXPECT_EQ(handle, 0U);
     KX::CMmf::MemFree(handle);
 }
 
@@ -85,6 +87,9 @@ TEST_F(MmfTest, StoresAreNumbered0To3) {
         EXPECT_STREQ(buffer, L"");
     }
     EXPECT_FALSE(KX::CMmf::SetDirectory(0, L"KX__", folder.wstring().c_str(), 1));
+    unsigned int handle = 0;
+    EXPECT_TRUE(KX::CMmf::MemAlloc(2, handle, false, nullptr)) << "the limit came with a refused folder";
+    EXPECT_EQ(handle, 0x00010001U);
     KX::CMmf::QueryDirectoryString(3, buffer, 0);
     EXPECT_EQ(buffer, StoreFolder(L"store3"));
     KX::CMmf::QueryDirectoryString(3, nullptr, 0);

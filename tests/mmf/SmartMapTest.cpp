@@ -24,7 +24,11 @@ protected:
 };
 
 TEST_F(SmartMapTest, MapsAWholeBlockForItsLifetime) {
+    for (const unsigned int store : {0U, 1U, 2U}) SetLimit(store, 1);
     const unsigned int handle = Alloc(100);
+    ASSERT_EQ(handle >> 30, 3U);
+    EXPECT_EQ(KX::CKXSmartWindowMap(handle, 0x10000).GetMapAddress(nullptr, 0),
+              KX::CKXSmartMap(handle).GetMapAddress(&fallback));
     {
         KX::CKXSmartMap map(handle);
         EXPECT_EQ(KX::CMmf::GetRefCount(handle), 1U);
@@ -48,6 +52,23 @@ TEST_F(SmartMapTest, FallsBackWhereNothingCanBeMapped) {
     KX::CKXSmartWindowMap windows(homeless, kWindow);
     EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
     EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
+}
+
+// A view keeps to what it has seen, also when a block comes under its handle later.
+TEST_F(SmartMapTest, AFailedMappingIsNotTriedAgainButUnmapped) {
+    constexpr unsigned int kNext = 0x00010001;
+    KX::CKXSmartWindowMap windows(kNext, 0x10000);
+    EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
+    {
+        KX::CKXSmartMap map(kNext);
+        ASSERT_EQ(Alloc(0x20000), kNext);
+        KX::CMmf::Map(kNext);
+        EXPECT_EQ(map.GetMapAddress(&fallback), &fallback);
+    }
+    EXPECT_EQ(KX::CMmf::GetRefCount(kNext), 0U);
+    EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
+    EXPECT_NE(windows.GetMapAddress(nullptr, 0x10000), nullptr);
+    EXPECT_NE(windows.GetMapAddress(nullptr, 0), nullptr);
 }
 
 TEST_F(SmartMapTest, TheWindowMovesOnRequestAndEndsWithTheBlock) {

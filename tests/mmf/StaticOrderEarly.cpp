@@ -17,4 +17,11 @@ CEarlyUser::~CEarlyUser() {
     KX::CMmf::MemFree(handle);
 }
 
-static const CEarlyUser early;
+bool HoldsItsBlock(const CEarlyUser& user) {
+    return KX::CMmf::GetSize(user.handle) == 65536;
+}
+
+bool LeaveALargeBlock() {
+    unsigned int handle = 0;
+    return KX::CMmf::MemAlloc(0x4000001, handle, false, nullptr);
+}

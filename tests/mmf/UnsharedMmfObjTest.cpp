@@ -3,7 +3,9 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstring>
+#include <fstream>
 
 #include "support/TempFolder.h"
 
@@ -53,6 +55,17 @@ TEST_F(UnsharedMmfObjTest, MapsOnceAndCounts) {
     object.UnMap(0);
     EXPECT_FALSE(IsMapped(address) || IsMapped(address + kSize - 1));
 }
+
+#if defined(__linux__)
+TEST_F(UnsharedMmfObjTest, MappingsMayBeExecuted) {
+    const auto start = reinterpret_cast<std::uintptr_t>(object.Map(0));
+    std::ifstream maps("/proc/self/maps");
+    std::string line;
+    while (std::getline(maps, line) && std::stoull(line, nullptr, 16) != start) {
+    }
+    EXPECT_NE(line.find(" rwxs "), std::string::npos) << line;
+}
+#endif
 
 TEST_F(UnsharedMmfObjTest, WindowsShowTheBlockFromTheirOffset) {
     unsigned char* const whole = object.Map(0);

@@ -10,25 +10,27 @@ struct State {
     bool hasFailed;
     std::size_t allowed;
     std::size_t fromSize;
+    std::size_t refusals;
     std::size_t count;
 };
 constinit thread_local State state{};
 
 bool IsRefused(std::size_t size) {
     ++state.count;
-    if (!state.isArmed || size < state.fromSize) return false;
+    if (!state.isArmed || size < state.fromSize || state.refusals == 0) return false;
     if (state.allowed > 0) {
         --state.allowed;
         return false;
     }
+    --state.refusals;
     state.hasFailed = true;
     return true;
 }
 
 }  // namespace
 
-CFailingAllocation::CFailingAllocation(std::size_t allowed, std::size_t fromSize) {
-    state = {true, false, allowed, fromSize, state.count};
+CFailingAllocation::CFailingAllocation(std::size_t allowed, std::size_t fromSize, std::size_t refusals) {
+    state = {true, false, allowed, fromSize, refusals, state.count};
 }
 
 CFailingAllocation::~CFailingAllocation() {
