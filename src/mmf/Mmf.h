@@ -24,7 +24,9 @@ namespace KX {
 // Files:     named by folder, prefix and second. Objects made in one second under one folder and prefix, those of
 //            small blocks included, share a name: two large blocks overwrite each other, and the first object to go
 //            deletes the file of the others. Give them different stores, folders, prefixes or seconds.
-// Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock.
+// Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock. Threads that use
+//            the stores end before the static objects of the program do.
+// Processes: a forked child can read what is mapped and should leave the stores alone; at its end they stay as they are.
 class KX_API CMmf {
 public:
     CMmf() = delete;
@@ -51,7 +53,8 @@ public:
     // How often the whole block is mapped.
     static unsigned long GetRefCount(unsigned int handle);
 
-    // Gives the objects to come of a store a folder (with a separator at its end; its parent must exist), a prefix,
+    // Gives the objects to come of a store a folder (an absolute path with a separator at its end, whose parent must
+    // exist; the store removes it whenever it is empty of blocks and of anything else), a prefix,
     // of which all but the last character is kept, three characters at the most, and a limit for the size of all
     // its objects, 0 for none. False, with all as before: no store of that number, a null or empty text, or the
     // system's temporary folder itself.

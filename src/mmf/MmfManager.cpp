@@ -1,5 +1,7 @@
 #include "mmf/MmfManager.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cwchar>
@@ -89,7 +91,7 @@ KX::Result CMmfManager::MemFree(unsigned int handle) {
     }
     if (totalSize == 0) {
         try {
-            std::remove(KX::NarrowPath(directory).c_str());  // stays where something is left in it
+            ::rmdir(KX::NarrowPath(directory).c_str());  // stays where it is not empty, or no folder
         } catch (const std::exception&) {
             // No memory for the name: the folder stays.
         }

@@ -1,6 +1,7 @@
 #include "mmf/MmfObj.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,6 +23,12 @@ constexpr int kOpenAttempts = 100;
 // An existing folder is fine.
 [[nodiscard]] bool MakeFolder(const std::string& folder) {
     return ::mkdir(folder.c_str(), 0700) == 0 || errno == EEXIST;
+}
+
+// Writing past the limit for the size of files would raise a signal that ends the process.
+bool MayWriteAt(unsigned int offset) {
+    rlimit limit{};
+    return ::getrlimit(RLIMIT_FSIZE, &limit) != 0 || offset < limit.rlim_cur;
 }
 
 bool IsNullOrEmpty(const wchar_t* text) {
@@ -50,13 +57,16 @@ wchar_t* GetTempFileName(const wchar_t* directory, const wchar_t* prefix, unsign
 }
 
 int OpenFile4MMF(std::wstring path, unsigned int size) {
-    // Close-on-exec: a program that the application starts must not keep the file's room on disk.
-    const int descriptor = ::open(KX::NarrowPath(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    // Close-on-exec: a program that the application starts must not keep the file's room on disk. No link is followed:
+    // the names can be foreseen, and somebody else's link would have his choice of file grown and written.
+    const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
+    const int descriptor = ::open(KX::NarrowPath(path).c_str(), flags, 0600);
     if (descriptor == -1 || size == 0) return descriptor;
 
     // size + 1 wraps around in 32 bits, as the size itself came in cut to them: callers know the files of stores of
     // 4 GiB and more as shorter than these. A failure to grow shows when the pages are touched.
     const unsigned int end = size + 1;
+    if (!MayWriteAt(end)) return descriptor;
     const char lastByte = 0;
     [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, end);
     return descriptor;

@@ -1,5 +1,8 @@
 #include "mmf/StoreInitializer.h"
 
+#include <sys/types.h>
+#include <unistd.h>
+
 #include <memory>
 #include <new>
 
@@ -22,6 +25,7 @@ union Room {
 
 constinit Room room;
 constinit int initializers = 0;  // static objects are built and destroyed by one thread at a time
+constinit pid_t owner = 0;
 
 // Ahead of all static objects of the program, also of those in files that know nothing of the stores, with which the
 // static library shares its order of initialisation. Elsewhere the files that include the header do what they can.
@@ -36,11 +40,15 @@ constinit CMmfManager (&g_aFixMmfManager)[4] = room.stores.managers;
 namespace KX {
 
 CStoreInitializer::CStoreInitializer() {
-    if (initializers++ == 0) new (&room.stores) Stores;
+    if (initializers++ != 0) return;
+    new (&room.stores) Stores;
+    owner = ::getpid();
 }
 
 CStoreInitializer::~CStoreInitializer() {
-    if (--initializers == 0) std::destroy_at(&room.stores);
+    // A forked child leaves the stores alone: their files are its parent's, and their locks may be held by threads
+    // that it does not have.
+    if (--initializers == 0 && owner == ::getpid()) std::destroy_at(&room.stores);
 }
 
 }  // namespace KX

@@ -1,5 +1,6 @@
 #include "mmf/MmfObj.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -55,16 +56,18 @@ TEST_F(MmfObjTest, OpenFileKeepsWhatIsThere) {
                                 10));
 }
 
-TEST_F(MmfObjTest, TheBaseHoldsNoBlocks) {
-    CMmfObj object(true);
-    unsigned int block = 9;
-    bool isEmpty = false;
-    EXPECT_FALSE(object.MemAlloc(1, block));
-    EXPECT_EQ(block, 0U);
-    EXPECT_EQ(object.MemFree(0, isEmpty), KX::kResultNotSupported);
-    EXPECT_TRUE(isEmpty);
-    EXPECT_EQ(object.Map(0), nullptr);
-    EXPECT_EQ(object.MapWindow(0, 0, 0), nullptr);
+TEST_F(MmfObjTest, OpenFileNeitherFollowsLinksNorExceedsTheLimitForFiles) {
+    fs::create_symlink("victim", "link");
+    EXPECT_EQ(OpenFile4MMF(L"link", 5000), -1);
+    EXPECT_FALSE(fs::exists("victim"));
+
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{4096, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    ::close(OpenFile4MMF(L"file", 5000));
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    EXPECT_EQ(fs::file_size("file"), 0U);
 }
 
 TEST_F(MmfObjTest, CreateNeedsAPrefixAndAFolder) {

@@ -129,13 +129,4 @@ TEST_F(MmfTest, FinalizeEmptiesAllFourStores) {
     for (const unsigned int handle : handles) EXPECT_EQ(KX::CMmf::GetSize(handle), 0U);
 }
 
-TEST_F(MmfTest, TheTemporaryFolderComesBothWays) {
-    std::string narrow;
-    KX::CMmf::GetTmpDirForOSX(narrow);
-    EXPECT_EQ(narrow, folder.string());
-    wchar_t wide[1024];
-    KX::CMmf::GetSystemTmpPath(wide);
-    EXPECT_EQ(wide, folder.wstring());
-}
-
 }  // namespace

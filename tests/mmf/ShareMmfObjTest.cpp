@@ -63,23 +63,6 @@ TEST_P(ShareMmfObjTest, SizesRoundUpToSlots) {
     for (const unsigned long size : {kSlots * kSlot + 1, ~0UL}) EXPECT_EQ(Alloc(size), -1) << size;
 }
 
-TEST_P(ShareMmfObjTest, TheFirstRunThatFitsWins) {
-    EXPECT_EQ(Alloc(kSlot), 0);
-    EXPECT_EQ(Alloc(2 * kSlot), 1);
-    EXPECT_EQ(Alloc(kSlot), 3);
-    EXPECT_FALSE(Free(1));
-    EXPECT_EQ(Alloc(3 * kSlot), 4);
-    EXPECT_EQ(Alloc(2 * kSlot), 1);
-    EXPECT_EQ(Alloc((kSlots - 9) * kSlot), 7);  // 1022 and 1023 are left
-    EXPECT_EQ(Alloc(3 * kSlot), -1);
-    EXPECT_EQ(Alloc(2 * kSlot), 1022);
-    EXPECT_EQ(Alloc(1), -1);
-    EXPECT_FALSE(Free(3));
-    EXPECT_FALSE(Free(1));
-    EXPECT_EQ(Alloc(4 * kSlot), -1);
-    EXPECT_EQ(Alloc(3 * kSlot), 1);
-}
-
 TEST_P(ShareMmfObjTest, BlocksKeepTheirBytesApart) {
     std::vector<int> blocks;
     for (const unsigned long slots : {1UL, 3UL, 2UL}) {
@@ -176,14 +159,6 @@ TEST_P(ShareMmfObjTest, TheStoreMayGoBeforeItsMaps) {
     EXPECT_EQ(object.MapWindow(0, 0, kSlot), MAP_FAILED);
     object.UnMap(0);
     EXPECT_EQ(object.GetFileSize(), 0U);
-}
-
-TEST_P(ShareMmfObjTest, NoMemoryForTheRecordIsNoRoom) {
-    {
-        const CFailingAllocation failing(0);
-        EXPECT_EQ(Alloc(1), -1);
-    }
-    EXPECT_EQ(Alloc(1), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Store, ShareMmfObjTest, testing::Bool(),

@@ -13,3 +13,6 @@ bool HoldsItsBlock(const CEarlyUser& user);
 
 // Makes a block with a backing file and never frees it.
 bool LeaveALargeBlock();
+
+// Whether the first store's folder has a file in it.
+bool HasBackingFile();

@@ -1,6 +1,7 @@
 #include "mmf/StaticOrder.h"
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "mmf/Mmf.h"
 
@@ -22,6 +23,13 @@ bool HoldsItsBlock(const CEarlyUser& user) {
 }
 
 bool LeaveALargeBlock() {
+    wchar_t directory[4096];
+    KX::CMmf::QueryDirectoryString(0, directory, 4096);
+    if (!KX::CMmf::SetDirectory(0, L"BIG_", directory, 0)) return false;  // or its file would go with the early block
     unsigned int handle = 0;
     return KX::CMmf::MemAlloc(0x4000001, handle, false, nullptr);
+}
+
+bool HasBackingFile() {
+    return !std::filesystem::is_empty("KXTmp");
 }

@@ -117,15 +117,6 @@ TEST_F(UnsharedMmfObjTest, FreeingUnmapsAndReportsEmpty) {
     EXPECT_TRUE(object.MemAlloc(kSize, block));
 }
 
-TEST_F(UnsharedMmfObjTest, WithoutAFileMapsAreRefusedByTheSystem) {
-    CUnsharedMmfObj homeless;
-    ASSERT_TRUE(homeless.CreateUnShareMemMapFile(L"KX_", StoreFolder(L"missing/store").c_str(), kSize));
-    EXPECT_EQ(homeless.Map(0), MAP_FAILED);
-    EXPECT_EQ(homeless.MapWindow(0, 0, kPage), MAP_FAILED);
-    homeless.UnMap(0);
-    EXPECT_EQ(homeless.GetRefCount(0), 0U);
-}
-
 TEST_F(UnsharedMmfObjTest, MapsOnAFileSystemThatForbidsExecution) {
     const CMount noexec(folder / "noexec", "size=1m,noexec");
     if (!noexec.IsMounted()) GTEST_SKIP() << "mounting is not allowed here";

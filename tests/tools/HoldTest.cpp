@@ -148,6 +148,9 @@ TEST_F(HoldTest, KeepsItsOutputApartFromItsFilesAndFromThoseOfOthers) {
     EXPECT_EQ(Shell(kProgram + "--help >&- 2>err"), 1);
     EXPECT_EQ(Shell(kProgram + "hold >out 2>err"), 106);
     EXPECT_EQ(out, "");
+    EXPECT_EQ(Hold("--at-once=-1 unshared"), 105);
+    fs::rename("unshared", "--json");
+    EXPECT_EQ(Hold("-- --json"), 0) << err;
 }
 
 }  // namespace

@@ -23,13 +23,17 @@ unsigned int BarWidth() {
 
 std::string VisibleText(std::string_view text) {
     std::string visible;
+    unsigned char previous = 0;
     for (const char character : text) {
         const auto byte = static_cast<unsigned char>(character);
-        if (byte < 0x20 || byte == 0x7F) {
+        // The second half of the control characters stands alone in older encodings, and behind 0xC2 in UTF-8.
+        const bool isHigh = byte >= 0x80 && byte < 0xA0 && (previous < 0x80 || previous == 0xC2);
+        if (byte < 0x20 || byte == 0x7F || isHigh) {
             visible += fmt::format("\\x{:02X}", byte);
         } else {
             visible.append(character == '\\' ? 2 : 1, character);
         }
+        previous = byte;
     }
     return visible;
 }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <clocale>
 #include <exception>
 #include <iostream>
@@ -25,14 +26,28 @@ void OccupyStandardDescriptors() {
     }
 }
 
-// The arguments in the order that CLI11 wants, the last one first. It would take a name in brackets for a list.
+// The arguments in the order that CLI11 wants, the last one first. It would take a name in brackets for a list, and a
+// "--" for the end of the subcommand: what stands behind that is spelled as a path.
 std::vector<std::string> Arguments(int argc, char** argv) {
     std::vector<std::string> arguments;
-    for (int i = argc - 1; i > 0; --i) {
+    bool arePaths = false;
+    for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
-        arguments.push_back(argument.starts_with('[') ? "./" + argument : argument);
+        if (argument == "--" && !arePaths) {
+            arePaths = true;
+            continue;
+        }
+        const bool isToBePath = argument.starts_with('[') || (arePaths && !argument.starts_with('/'));
+        arguments.push_back(isToBePath ? "./" + argument : argument);
     }
+    std::ranges::reverse(arguments);
     return arguments;
+}
+
+// CLI11 would wrap these around. 18 digits and a unit are more than any machine holds.
+std::string RefuseWrapping(const std::string& size) {
+    const std::size_t digits = std::min(size.size(), size.find_first_not_of("0123456789"));
+    return digits == 0 || digits > 18 ? "a size has 1 to 18 digits and perhaps a unit" : "";
 }
 
 void AddHold(CLI::App& program, KxStore::HoldOptions& options) {
@@ -44,7 +59,8 @@ void AddHold(CLI::App& program, KxStore::HoldOptions& options) {
     hold->add_option("--folder", options.folder,
                      "Where the stores' own folder is made (default: the system's temporary folder)");
     hold->add_option("--at-once", options.atOnce, "Hold no more than this at one time (default: 4 GiB)")
-        ->transform(CLI::AsSizeValue(false));
+        ->transform(CLI::AsSizeValue(false))
+        ->transform(CLI::Validator(RefuseWrapping, "SIZE"));  // comes first
 }
 
 int ExitFor(const CLI::App& program, const CLI::ParseError& error) {
