@@ -6,7 +6,6 @@
 #include <ctime>
 #include <fstream>
 
-#include "support/FailingAllocation.h"
 #include "support/TempFolder.h"
 
 namespace fs = std::filesystem;
@@ -70,48 +69,24 @@ TEST_F(MmfObjTest, OpenFileNeitherFollowsLinksNorExceedsTheLimitForFiles) {
     EXPECT_EQ(fs::file_size("file"), 0U);
 }
 
-TEST_F(MmfObjTest, CreateNeedsAPrefixAndAFolder) {
-    const std::wstring store = StoreFolder();
-    for (const auto& [prefix, directory] : {std::pair<const wchar_t*, const wchar_t*>{nullptr, store.c_str()},
-                                            {L"", store.c_str()},
-                                            {L"KX_", nullptr},
-                                            {L"KX_", L""}}) {
-        CMmfObj object(true);
-        EXPECT_FALSE(object.CreateMemMapFile(prefix, directory, 5000));
-    }
-    EXPECT_TRUE(NamesIn(folder).empty());
-}
-
 // An object as it is after its name and size were read from elsewhere.
 class CLoadedObj : public CMmfObj {
 public:
-    CLoadedObj(const wchar_t* path, std::uint64_t size, bool wantsHeap) : CMmfObj(true) {
+    CLoadedObj(const wchar_t* path, std::uint64_t size) : CMmfObj(true) {
         const CKXCriticalSectionSmartLock guard(lock);
         filePath = path;
         fileSize = size;
-        bInMemory = wantsHeap;
     }
 };
 
 TEST_F(MmfObjTest, MappingFileReopensTheFileAndGrowsIt) {
     std::ofstream("file") << "kept";
     {
-        CLoadedObj object(L"file", 5000, false);
+        CLoadedObj object(L"file", 5000);
         EXPECT_EQ(object.MappingFile(), KX::kResultOk);
         EXPECT_EQ(fs::file_size("file"), 5002U);
     }
     EXPECT_FALSE(fs::exists("file"));
-}
-
-TEST_F(MmfObjTest, MappingFileTakesHeapOrElseTheFile) {
-    for (const bool isRefused : {false, true}) {
-        CLoadedObj object(L"file", 5000, true);
-        const CFailingAllocation failing(0, isRefused ? 5000 : SIZE_MAX);
-        EXPECT_EQ(object.MappingFile(), KX::kResultOk);
-#if defined(KXMMF_MALLOC_IS_WRAPPED)
-        EXPECT_EQ(fs::exists("file"), isRefused);
-#endif
-    }
 }
 
 }  // namespace

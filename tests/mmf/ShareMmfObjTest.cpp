@@ -47,22 +47,6 @@ protected:
     CShareMmfObj object;
 };
 
-TEST_P(ShareMmfObjTest, SizesRoundUpToSlots) {
-    for (const auto& [size, slots] : {std::pair{0UL, 1UL},
-                                      {1UL, 1UL},
-                                      {kSlot, 1UL},
-                                      {kSlot + 1, 2UL},
-                                      {2 * kSlot, 2UL},
-                                      {kSlots * kSlot - kSlot + 1, kSlots},
-                                      {kSlots * kSlot, kSlots}}) {
-        const int block = Alloc(size);
-        ASSERT_EQ(block, 0) << size;
-        EXPECT_EQ(object.GetSize(0), slots * kSlot) << size;
-        EXPECT_TRUE(Free(block));
-    }
-    for (const unsigned long size : {kSlots * kSlot + 1, ~0UL}) EXPECT_EQ(Alloc(size), -1) << size;
-}
-
 TEST_P(ShareMmfObjTest, BlocksKeepTheirBytesApart) {
     std::vector<int> blocks;
     for (const unsigned long slots : {1UL, 3UL, 2UL}) {
@@ -115,19 +99,6 @@ TEST_P(ShareMmfObjTest, WindowsLieInsideTheirBlock) {
     }
 }
 
-TEST_P(ShareMmfObjTest, UnknownBlocksAreRefused) {
-    ASSERT_EQ(Alloc(2 * kSlot), 0);
-    for (const int block : {1, 1023, 1024, -1}) {
-        bool isEmpty = true;
-        EXPECT_EQ(object.MemFree(block, isEmpty), KX::kResultInvalidArgument);
-        EXPECT_TRUE(isEmpty);
-        EXPECT_EQ(object.Map(block), nullptr);
-        EXPECT_EQ(object.MapWindow(block, 0, 1), nullptr);
-        EXPECT_EQ(object.GetSize(static_cast<unsigned int>(block)), 0U);
-        object.UnMap(block);
-    }
-}
-
 TEST_P(ShareMmfObjTest, FreeingUnmapsABlockUnderItsUser) {
     ASSERT_EQ(Alloc(1), 0);
     const int block = Alloc(1);
@@ -150,15 +121,6 @@ TEST_P(ShareMmfObjTest, NoMemoryForMappingIsARefusal) {
     } while (CFailingAllocation::HasFailed());
     EXPECT_NE(address, MAP_FAILED);
     EXPECT_EQ(allowed > 1, IsFile());
-}
-
-TEST_P(ShareMmfObjTest, TheStoreMayGoBeforeItsMaps) {
-    ASSERT_EQ(Alloc(1), 0);
-    object.Map(0);
-    object.DestroyMemMapFile();
-    EXPECT_EQ(object.MapWindow(0, 0, kSlot), MAP_FAILED);
-    object.UnMap(0);
-    EXPECT_EQ(object.GetFileSize(), 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Store, ShareMmfObjTest, testing::Bool(),

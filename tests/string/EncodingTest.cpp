@@ -110,14 +110,11 @@ TEST_F(EncodingTest, EightThreadsUnderDifferentLocalesAtOnce) {
     for (int index = 0; index < 8; ++index) threads.emplace_back(convert, index % 2 == 0);
 }
 
-TEST_F(EncodingTest, TheUtf8FunctionsGiveNothing) {
+TEST_F(EncodingTest, TheUtf8FunctionsGiveNothingAndSizesEndAtTheFirstNul) {
     EXPECT_EQ(KX::ConvertWstringToUTF8(L"abc"), "");
     EXPECT_EQ(KX::ConvertUTF8ToWstring("abc"), L"");
     EXPECT_EQ(KX::ConvertStringToUTF8("abc"), "");
     EXPECT_EQ(KX::ConvertUTF8ToString("abc"), "");
-}
-
-TEST_F(EncodingTest, BufferSizesEndAtTheFirstNul) {
     EXPECT_EQ(KX::StringBufferSizeInBytes(std::string("a\0b", 3)), 1U);
     EXPECT_EQ(KX::StringBufferSizeInBytes(std::wstring(L"ab")), 8U);
 }

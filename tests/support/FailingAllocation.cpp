@@ -11,12 +11,10 @@ struct State {
     std::size_t allowed;
     std::size_t fromSize;
     std::size_t refusals;
-    std::size_t count;
 };
 constinit thread_local State state{};
 
 bool IsRefused(std::size_t size) {
-    ++state.count;
     if (!state.isArmed || size < state.fromSize || state.refusals == 0) return false;
     if (state.allowed > 0) {
         --state.allowed;
@@ -30,7 +28,7 @@ bool IsRefused(std::size_t size) {
 }  // namespace
 
 CFailingAllocation::CFailingAllocation(std::size_t allowed, std::size_t fromSize, std::size_t refusals) {
-    state = {true, false, allowed, fromSize, refusals, state.count};
+    state = {true, false, allowed, fromSize, refusals};
 }
 
 CFailingAllocation::~CFailingAllocation() {
@@ -39,10 +37,6 @@ CFailingAllocation::~CFailingAllocation() {
 
 bool CFailingAllocation::HasFailed() {
     return state.hasFailed;
-}
-
-std::size_t CFailingAllocation::Count() {
-    return state.count;
 }
 
 #if defined(KXMMF_MALLOC_IS_WRAPPED)

@@ -15,6 +15,4 @@ public:
 
     // Whether an allocation was refused so far.
     static bool HasFailed();
-    // Allocations of this thread since its start.
-    static std::size_t Count();
 };
