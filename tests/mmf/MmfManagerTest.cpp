@@ -241,7 +241,6 @@ TEST_F(MmfManagerTest, AnyAllocationMayFailAndTheStoreGoesOn) {
                 if (!isPlaced && !NamesIn(folder / "failing").empty()) wasLeftBehind = true;
             }
             EXPECT_TRUE(store.MemAlloc(size, handle)) << allowed;
-            const CFailingAllocation failing(0);
             EXPECT_EQ(store.MemFree(handle), KX::kResultOk);
         }
     }

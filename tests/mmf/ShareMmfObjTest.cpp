@@ -11,7 +11,6 @@
 namespace {
 
 constexpr unsigned long kSlot = CShareMmfObj::kSlotSize;
-constexpr unsigned long kSlots = CShareMmfObj::kSlotCount;
 
 // Both kinds of store: a heap buffer, and the file that takes its place where the buffer cannot be had.
 class ShareMmfObjTest : public TempFolderTest, public testing::WithParamInterface<bool> {
