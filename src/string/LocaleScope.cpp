@@ -21,7 +21,7 @@ LocaleCache& Cache() {
     return cache;
 }
 
-// Whether the name, or the part of a mixed name for some category, leaves the choice to the environment, which may
+// Whether the name, or what a mixed name says of some category, leaves the choice to the environment, which may
 // be another one at the next call.
 bool FollowsEnvironment(const std::string& name) {
     return name.empty() || name.ends_with('=') || name.find("=;") != std::string::npos;
