@@ -3,7 +3,7 @@
 SETUP := ./cmake/setup.sh
 SOURCES = $(shell git ls-files '*.h' '*.cpp' '*.mm')
 LOCALE = LOCPATH=$(CURDIR)/build/release/locale
-DEMO_INPUT = ./cmake/demo-input.sh | tr '\n' '\0'
+DEMO_INPUT = folders=$$(./cmake/demo-input.sh) && printf '%s\n' "$$folders" | tr '\n' '\0'
 
 .PHONY: demo test bench format format-check lint sanitize asan tsan clean
 

@@ -171,10 +171,7 @@ bool CMmfManager::AllocLarge(unsigned long size, unsigned int& handle) {
     if (!object->MemAlloc(size, block)) return false;
 
     const CKXCriticalSectionSmartLock guard(lock);
-    std::size_t index = 0;
-    if (!Record(std::move(object), index)) return false;
-    handle = BlockHandle::Make(index, block);
-    return true;
+    return Record(std::move(object), block, handle);
 }
 
 bool CMmfManager::AllocShared(unsigned long size, unsigned int& handle) {
@@ -185,12 +182,7 @@ bool CMmfManager::AllocShared(unsigned long size, unsigned int& handle) {
     std::unique_ptr<CShareMmfObj> object(new (std::nothrow) CShareMmfObj);
     unsigned int block = 0;
     if (object == nullptr || !object->CreateShareMemMapFile(prefix, directory.c_str())) return false;
-    if (!object->MemAlloc(size, block)) return false;
-
-    std::size_t index = 0;
-    if (!Record(std::move(object), index)) return false;
-    handle = BlockHandle::Make(index, block);
-    return true;
+    return object->MemAlloc(size, block) && Record(std::move(object), block, handle);
 }
 
 // First fit by object index. An object that has no room after all lowers its bound, so that it is not tried again
@@ -229,10 +221,10 @@ std::size_t CMmfManager::FirstFreeEntry() {
     return freeEntryHint;
 }
 
-// Takes over an object with its first block in place. False: no number is left for it, and it is destroyed; or the
+// Takes over an object with its first block in place, and gives that block's handle. False: no number is left for it, and it is destroyed; or the
 // list could not grow, and it stays behind with its file, counted in the total, as callers have settled on.
-bool CMmfManager::Record(std::unique_ptr<CMmfObj> object, std::size_t& index) {
-    index = FirstFreeEntry();
+bool CMmfManager::Record(std::unique_ptr<CMmfObj> object, unsigned int block, unsigned int& handle) {
+    const std::size_t index = FirstFreeEntry();
     if (index == BlockHandle::kMaxObjects) return false;
 
     CMmfObj* const recorded = object.release();
@@ -244,6 +236,7 @@ bool CMmfManager::Record(std::unique_ptr<CMmfObj> object, std::size_t& index) {
         return false;
     }
     freeRuns.Set(index, recorded->FreeRunBound());
+    handle = BlockHandle::Make(index, block);
     return true;
 }
 

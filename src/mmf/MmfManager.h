@@ -74,7 +74,7 @@ private:
     bool IsOverLimit(unsigned long size) const;
     bool HasFreeNumber();
     std::size_t FirstFreeEntry() KX_REQUIRES(lock);
-    bool Record(std::unique_ptr<CMmfObj> object, std::size_t& index) KX_REQUIRES(lock);
+    bool Record(std::unique_ptr<CMmfObj> object, unsigned int block, unsigned int& handle) KX_REQUIRES(lock);
     CMmfObj* Find(unsigned int handle) KX_REQUIRES(lock);
     void Destroy(std::size_t index) KX_REQUIRES(lock);
 

@@ -51,7 +51,6 @@ TEST_F(SmartMapTest, FallsBackWhereNothingCanBeMapped) {
     EXPECT_EQ(map.GetMapAddress(&fallback), &fallback);
     KX::CKXSmartWindowMap windows(homeless, kWindow);
     EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
-    EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
 }
 
 // A view keeps to what it has seen, also when a block comes under its handle later.
