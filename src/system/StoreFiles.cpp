@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -44,7 +45,11 @@ bool CSystem::FileExists(std::wstring path, bool noFollow) {
 }
 
 Result CSystem::DeleteFileByName(const std::wstring& path) {
-    return std::remove(NarrowPath(path).c_str()) == 0 ? kResultOk : kResultFail;
+    try {
+        return std::remove(NarrowPath(path).c_str()) == 0 ? kResultOk : kResultFail;
+    } catch (const std::bad_alloc&) {
+        return kResultOutOfMemory;
+    }
 }
 
 }  // namespace KX
