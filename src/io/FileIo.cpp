@@ -4,8 +4,10 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <cstddef>
 #include <limits>
 #include <locale>
+#include <new>
 #include <utility>
 
 #include "io/ResultOf.h"
@@ -17,6 +19,10 @@
 namespace KX {
 
 namespace {
+
+// The C library asks the system for 4 KiB at a time, which costs a small piece half of its time, and a piece of 4 KiB
+// even more.
+constexpr std::size_t kPiecesSize = 0x10000;
 
 // fopen for reading, but that a pipe without a writer is not waited for: opening one would never return.
 std::FILE* OpenForReading(const std::string& path) {
@@ -35,6 +41,16 @@ void CloseFile(std::FILE*& file) {
 
 }  // namespace
 
+Result CFileIo::Take(std::FILE* opened) {
+    file = opened;
+    if (file == nullptr) return kResultOpenFailed;
+
+    if (pieces == nullptr) pieces.reset(new (std::nothrow) char[kPiecesSize]);
+    // Without memory for it the C library helps itself.
+    if (pieces != nullptr) (void)std::setvbuf(file, pieces.get(), _IOFBF, kPiecesSize);
+    return kResultOk;
+}
+
 Result CFileIo::Open(const wchar_t* path) {
     if (path == nullptr) return kResultInvalidArgument;
 
@@ -48,8 +64,7 @@ Result CFileIo::Open(const wchar_t* path) {
         readCount = 0;
         const std::string narrow = NarrowPath(filePath);
         CloseFile(file);
-        file = OpenForReading(narrow);
-        return file == nullptr ? kResultOpenFailed : kResultOk;
+        return Take(OpenForReading(narrow));
     });
 }
 
@@ -61,8 +76,7 @@ Result CFileIo::Save(const wchar_t* path) {
         writeCount = 0;
         const std::string narrow = NarrowPath(filePath);
         CloseFile(file);  // ahead of the new one, which may be the same file and is emptied
-        file = std::fopen(narrow.c_str(), "wb");
-        return file == nullptr ? kResultOpenFailed : kResultOk;
+        return Take(std::fopen(narrow.c_str(), "wb"));
     });
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "io/IoBuffer.h"
@@ -65,6 +66,7 @@ public:
     static inline std::function<Result(std::wstring path, unsigned long size)> c_kfSpaceChecker;
 
 private:
+    Result Take(std::FILE* opened);
     Result Seek(unsigned long offset, int origin);
 
     std::FILE* file = nullptr;
@@ -72,6 +74,7 @@ private:
     std::uint64_t readCount = 0;  // read or skipped
     std::uint64_t writeCount = 0;
     std::wstring filePath;
+    std::unique_ptr<char[]> pieces;  // gathered here on their way from and to the file
 };
 
 }  // namespace KX
