@@ -6,6 +6,7 @@
 #include <fstream>
 #include <utility>
 
+#include "io/Buffer.h"
 #include "support/FailingAllocation.h"
 #include "support/TempFolder.h"
 #include "system/System.h"
@@ -81,6 +82,12 @@ KX::Result ReadInto(std::string& bytes, const std::wstring& path, std::size_t al
     EXPECT_EQ(data == nullptr, KX::Failed(result));
     if (data != nullptr) bytes.assign(data, size);
     delete[] data;
+
+    KX::CBuffer<char> buffer;
+    if (allowed == SIZE_MAX) {
+        EXPECT_EQ(CSystem::ReadFileToMemory(path, buffer), result);
+        EXPECT_TRUE(KX::Failed(result) || std::string_view(buffer.GetBuffer(), buffer.GetCount()) == bytes);
+    }
     return result;
 }
 
