@@ -3,9 +3,10 @@
 SETUP := ./cmake/setup.sh
 SOURCES = $(shell git ls-files '*.h' '*.cpp' '*.mm')
 LOCALE = LOCPATH=$(CURDIR)/build/release/locale
+FUZZ_SECONDS ?= 60
 DEMO_INPUT = folders=$$(./cmake/demo-input.sh) && printf '%s\n' "$$folders" | tr '\n' '\0'
 
-.PHONY: demo test bench format format-check lint sanitize asan tsan clean
+.PHONY: demo test bench format format-check lint fuzz sanitize asan tsan clean
 
 # The main job on real input: the compiler's own programs, each file as a block and then all of them as one.
 demo:
@@ -41,6 +42,13 @@ lint:
 	cmake --preset debug
 	cmake --build build/debug --target kxmmf-locale
 	run-clang-tidy -quiet -p build/debug '/(src|tools|examples|bench|tests)/'
+
+# Looks for inputs that fail, FUZZ_SECONDS for each target of tests/fuzz.
+fuzz:
+	@$(SETUP) build check
+	cmake --preset fuzz -DKXMMF_FUZZ_SECONDS=$(FUZZ_SECONDS)
+	cmake --build build/fuzz --target kxmmf-fuzz
+	ctest --preset fuzz
 
 # Address, undefined-behaviour and thread sanitizers over all tests.
 sanitize: asan tsan

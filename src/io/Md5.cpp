@@ -43,12 +43,13 @@ constexpr std::size_t WordOf(std::size_t step) {
 }
 
 // b is the word that the step before has just made, and what has to wait for it decides the speed: all else is added up
-// first. The two halves of the second function have no bit in common, so that they can be added one after the other,
-// and only one of them waits.
+// first. clang adds constants that it can see last of all; read as volatile they are not seen. The two halves of the
+// second function have no bit in common, so that they can be added one by one, and only one of them waits.
 template <std::size_t kStep>
 void Step(std::uint32_t& a, std::uint32_t b, std::uint32_t c, std::uint32_t d, const unsigned char* block) {
     constexpr std::size_t kRound = kStep / 16;
-    a += KX::LoadLittleEndian<std::uint32_t>(block + 4 * WordOf(kStep)) + kSines[kStep];
+    const volatile std::uint32_t& sine = kSines[kStep];
+    a += KX::LoadLittleEndian<std::uint32_t>(block + 4 * WordOf(kStep)) + sine;
     if constexpr (kRound == 0) a += d ^ (b & (c ^ d));
     if constexpr (kRound == 1) a = (a + (c & ~d)) + (b & d);
     if constexpr (kRound == 2) a += b ^ (c ^ d);

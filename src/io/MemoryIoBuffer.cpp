@@ -1,8 +1,9 @@
 #include "io/MemoryIoBuffer.h"
 
 #include <cstring>
-#include <new>
 #include <utility>
+
+#include "io/ResultOf.h"
 
 namespace KX {
 
@@ -37,12 +38,10 @@ Result CMemoryIoBuffer::CreateBuffer(unsigned long newSize, unsigned char* lent)
 }
 
 Result CMemoryIoBuffer::GetSearchDirectory(std::wstring& directory) const {
-    try {
+    return ResultOf([&] {
         directory = searchDirectory;
         return kResultOk;
-    } catch (const std::bad_alloc&) {
-        return kResultOutOfMemory;
-    }
+    });
 }
 
 Result CMemoryIoBuffer::SetOutputInfo(unsigned long outputSize, unsigned long /*secondSize*/) {

@@ -13,6 +13,8 @@
 #include <string_view>
 #include <utility>
 
+#include "io/Buffer.h"
+#include "io/ResultOf.h"
 #include "string/Path.h"
 #include "system/NarrowPath.h"
 #include "system/System.h"
@@ -21,16 +23,6 @@ namespace KX {
 namespace {
 
 using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { (void)std::fclose(file); })>;
-
-// What the work returns, or the code for what it throws when memory is short.
-template <typename Work>
-Result ResultOf(Work work) {
-    try {
-        return work();
-    } catch (const std::bad_alloc&) {
-        return kResultOutOfMemory;
-    }
-}
 
 // fopen for reading, but that a pipe without a writer is not waited for: opening one would never return.
 File OpenForReading(const std::wstring& path) {
@@ -127,6 +119,17 @@ Result CSystem::ReadFileToMemory(std::wstring path, char*& data, unsigned long& 
     delete[] data;
     data = nullptr;
     return read;
+}
+
+Result CSystem::ReadFileToMemory(std::wstring path, CBuffer<char>& buffer) {
+    unsigned long size = 0;
+    const Result queried = GetFileSize(path, size);
+    if (Failed(queried)) return queried;
+
+    return ResultOf([&] {
+        const Result created = buffer.CreateBuffer(size, nullptr);
+        return Failed(created) ? created : ReadWhole(path, buffer.GetBuffer(), size);
+    });
 }
 
 Result CSystem::WriteMemoryToFile(std::wstring path, const char* data, unsigned long size) {

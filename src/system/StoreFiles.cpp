@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
-#include <new>
 #include <string>
 #include <utility>
 
+#include "io/ResultOf.h"
 #include "string/Encoding.h"
 #include "string/Path.h"
 #include "system/NarrowPath.h"
@@ -45,11 +45,7 @@ bool CSystem::FileExists(std::wstring path, bool noFollow) {
 }
 
 Result CSystem::DeleteFileByName(const std::wstring& path) {
-    try {
-        return std::remove(NarrowPath(path).c_str()) == 0 ? kResultOk : kResultFail;
-    } catch (const std::bad_alloc&) {
-        return kResultOutOfMemory;
-    }
+    return ResultOf([&] { return std::remove(NarrowPath(path).c_str()) == 0 ? kResultOk : kResultFail; });
 }
 
 }  // namespace KX

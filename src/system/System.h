@@ -61,8 +61,9 @@ public:
     // After the last two data is null or holds what it held before, and is not to be used.
     static Result ReadFileToMemory(std::wstring path, char*& data, unsigned long& size);
 
-    // The same into a buffer, with the same codes. A file of size 0 succeeds and leaves the buffer with what it held,
-    // its count included. After kResultOpenFailed the buffer has the file's size, its bytes mean nothing.
+    // The same into a buffer, with the same codes. CreateBuffer makes no array of 0 elements: a file of size 0 succeeds
+    // and leaves the buffer with what it held, its count included. After kResultOpenFailed the buffer keeps its memory,
+    // and its bytes mean nothing.
     static Result ReadFileToMemory(std::wstring path, CBuffer<char>& buffer);
 
     // Makes the bytes the whole content of the file. kResultOpenFailed: it cannot be opened for writing, or not all

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <new>
+
+#include "io/Result.h"
+
+namespace KX {
+
+// What the work returns, or the code for what it throws when memory is short.
+template <typename Work>
+Result ResultOf(Work work) {
+    try {
+        return work();
+    } catch (const std::bad_alloc&) {
+        return kResultOutOfMemory;
+    }
+}
+
+}  // namespace KX

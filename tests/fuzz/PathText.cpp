@@ -1,0 +1,232 @@
+// The path, text and conversion functions against each other and against their definitions, for narrow text of any
+// bytes and for its wide twins. Input: one byte with two lengths, the texts `from` and `to` of these lengths, the text.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <cwchar>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fuzz/Target.h"
+#include "string/Encoding.h"
+#include "string/Path.h"
+#include "string/Text.h"
+#include "system/NarrowPath.h"
+
+namespace {
+
+template <typename Text>
+struct Input {
+    Text text, from, to;
+};
+
+std::string Take(std::string_view& rest, std::size_t count) {
+    const std::string taken(rest.substr(0, count));
+    rest.remove_prefix(taken.size());
+    return taken;
+}
+
+Input<std::string> SplitInput(std::string_view rest) {
+    const std::string lengths = Take(rest, 1);
+    if (lengths.empty()) return {};
+    std::string from = Take(rest, static_cast<unsigned char>(lengths[0]) % 16);
+    std::string to = Take(rest, static_cast<unsigned char>(lengths[0]) / 16);
+    return {std::string(rest), std::move(from), std::move(to)};
+}
+
+// Each byte as a character of its own.
+std::wstring Widened(const std::string& bytes) {
+    std::wstring wide(bytes.size(), L'\0');
+    std::ranges::transform(bytes, wide.begin(), [](char byte) { return static_cast<unsigned char>(byte); });
+    return wide;
+}
+
+template <typename Text>
+Text Ascii(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+template <typename Text>
+bool HasAny(const Text& text, std::string_view characters) {
+    return text.find_first_of(Ascii<Text>(characters)) != Text::npos;
+}
+
+template <typename Text>
+void CheckPaths(const Input<Text>& in) {
+    const auto& [path, from, to] = in;
+    const Text name = KX::GetPathFilename(path);
+    const Text folder = path.substr(0, path.size() - name.size());
+    const bool hasDot = HasAny(name, ".");
+    Check(folder + name == path && !HasAny(name, "\\/"), "the file name is the end of the path, without separators");
+    Check(folder.empty() || HasAny(folder.substr(folder.size() - 1), "\\/"), "a separator stands before the name");
+
+    const Text cut = KX::GetNoPlatformSlashFolderPath(folder);
+    const Text directory = folder.empty() || name.empty() || hasDot ? cut : path;
+    Check(KX::GetPathDirectory(path) == directory, "the directory is the path without its file name");
+    Check(KX::GetFullPath(path, to) == directory + Ascii<Text>("/") + to, "the full path is the directory and a name");
+
+    const Text closed = KX::GetPlatformSlashFolderPath(path);
+    Check(KX::GetPlatformSlashFolderPath(closed) == closed, "one closing separator is enough");
+    Check(closed == path || KX::GetNoPlatformSlashFolderPath(closed) == path, "a separator added can be removed");
+    Check(KX::GetNoPlatformSlashFolderPath(path + Ascii<Text>("\\")) == path, "one separator at the end is removed");
+
+    const Text mainName = KX::GetMainName(path);
+    Check(hasDot ? mainName + Ascii<Text>(".") + KX::GetSubName(path) == name : mainName == name,
+          "two parts of a name");
+    Check(name.empty() || KX::ChangeMainName(path, mainName) == path, "a main name changed to itself");
+    const Text tail = path + from;
+    Check(KX::ChangeSubName(tail, from, to) == path + to || tail.rfind(from) != path.size(), "the end is replaced");
+
+    const Text slashes = KX::ConvertToPlatformSlashFolderPath(path);
+    Check(slashes == KX::ReplaceString(path, Ascii<Text>("\\"), Ascii<Text>("/"), false), "slashes for backslashes");
+    Check(KX::IsPathTheSame(path, KX::MakeStringUpper(slashes, std::locale::classic())), "the same but for the case");
+    Check(KX::IsPathTheSame(path, tail) == KX::IsPathTheSame(tail, path), "sameness goes both ways");
+    const Text valid = KX::RemoveFolderInvalidCharacter(path);
+    Check(valid.size() == path.size() && !HasAny(valid, "\\\"/:*?<>|"), "only valid characters are left");
+}
+
+// The definition, which replaces in place.
+template <typename Text>
+Text ReplacedInPlace(const Input<Text>& in, bool firstOnly) {
+    Text text = in.text;
+    for (auto at = text.find(in.from); at != Text::npos; at = text.find(in.from, at + in.to.size())) {
+        text.replace(at, in.from.size(), in.to);
+        if (firstOnly || in.from.empty()) break;
+    }
+    return text;
+}
+
+template <typename Text>
+void CheckTexts(const Input<Text>& in) {
+    const auto& [text, from, to] = in;
+    for (const bool firstOnly : {false, true}) {
+        Check(KX::ReplaceString(text, from, to, firstOnly) == ReplacedInPlace(in, firstOnly), "replaced as in place");
+    }
+    Text condensed = text;
+    const Text blanks = Ascii<Text>("  ");
+    while (condensed.find(blanks) != Text::npos) condensed.erase(condensed.find(blanks), 1);
+    Check(KX::CondenseWhiteSpace(text) == condensed, "every run of blanks is one");
+    if (!from.empty()) {
+        Check(KX::RemoveSpecificChar(text, from[0]) == ReplacedInPlace<Text>({text, from.substr(0, 1), {}}, false),
+              "removed is replaced by nothing");
+    }
+    Check(KX::StringStartsWith(text, from) == (text.substr(0, from.size()) == from), "prefix");
+    Check(KX::StringEndsWith(text, from) ==
+              (text.size() >= from.size() && text.substr(text.size() - from.size()) == from),
+          "suffix");
+    Check(KX::GetQuoteString(text) == Ascii<Text>("\"") + text + Ascii<Text>("\""), "quoted");
+
+    const Text lower = KX::MakeStringLower(text, std::locale::classic());
+    const Text upper = KX::MakeStringUpper(text, std::locale::classic());
+    Check(lower.size() == Text::traits_type::length(text.c_str()), "the case changes up to the first NUL");
+    Check(KX::MakeStringLower(upper, std::locale::classic()) == lower, "lower of upper is lower");
+    Check(!HasAny(lower, "AZ") && !HasAny(upper, "az"), "one case is left");
+}
+
+void CheckWideTexts(const Input<std::wstring>& in) {
+    const auto& [text, from, to] = in;
+    const std::wstring whole = KX::GetNoPlatformSlashFolderPath(text);
+    const std::wstring name = KX::GetPathFilename(whole);
+    const std::wstring parent = name == whole ? L"" : whole.substr(0, whole.size() - name.size() - 1);
+    Check(KX::RemoveLastPathDirectory(text) == parent, "the parent is the path without its last name");
+    const std::wstring base = KX::ReplaceString(text, L"\\", L"|", false) + L"\\";
+    Check(KX::GetReplacedPath(base + L"x", to) == base + to + L"\\", "the last name is replaced");
+    Check(KX::GetReplacedPath(base, to).empty(), "one name has nothing before it");
+
+    const std::wstring trimmed = KX::Trim(text);
+    Check(KX::Trim(L"\r\n" + trimmed + L" \t") == trimmed, "what is trimmed is put back and trimmed");
+    Check(text.find(trimmed) <= text.find_first_not_of(L" \n\r\t"), "trimming leaves the inside");
+
+    const std::wstring kept = KX::RemoveNonAlphanumericCharacter(text);
+    Check(kept.size() == text.size() && KX::RemoveNonAlphanumericCharacter(kept) == kept, "identifiers stay");
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        Check(kept[i] == text[i] || kept[i] == L'_', "what is no letter becomes an underscore");
+    }
+}
+
+// All results that narrow and wide text must have in common.
+template <typename Text>
+std::vector<Text> Results(const Input<Text>& in) {
+    const auto& [text, from, to] = in;
+    const auto asText = [](bool value) { return Ascii<Text>(value ? "true" : "false"); };
+    return {KX::GetPathFilename(text),
+            KX::GetPlatformSlashFolderPath(text),
+            KX::GetNoPlatformSlashFolderPath(text),
+            KX::GetPathDirectory(text),
+            KX::GetFullPath(text, to),
+            KX::GetSubName(text),
+            KX::GetMainName(text),
+            KX::ChangeSubName(text, from, to),
+            KX::ChangeMainName(text, to),
+            KX::ConvertToPlatformSlashFolderPath(text),
+            KX::ConvertToCanonicalSlashFolderPath(text),
+            KX::RemoveFolderInvalidCharacter(text),
+            KX::MakeStringUpper(text, std::locale::classic()),
+            KX::MakeStringLower(text, std::locale::classic()),
+            KX::CondenseWhiteSpace(text),
+            KX::RemoveSpecificChar(text, '/'),
+            KX::ReplaceString(text, from, to, true),
+            KX::ReplaceString(text, from, to, false),
+            KX::GetQuoteString(text),
+            asText(KX::IsPathTheSame(text, from)),
+            asText(KX::IsPathTheSame(from, to)),
+            asText(KX::StringStartsWith(text, from)),
+            asText(KX::StringEndsWith(text, from))};
+}
+
+template <typename Convert>
+void CheckTwins(const Input<std::string>& in, Convert convert) {
+    const std::vector<std::string> narrow = Results(in);
+    const std::vector<std::wstring> wide = Results<std::wstring>({convert(in.text), convert(in.from), convert(in.to)});
+    Check(std::ranges::equal(narrow, wide, {}, convert), "narrow and wide text have the same results");
+}
+
+std::wstring Decoded(const std::string& text) {
+    return KX::ConvertToWstring(text);
+}
+
+// Whether the whole text is valid and free of NUL.
+bool IsConvertible(const std::string& text) {
+    return KX::ConvertToString(Decoded(text)) == text;
+}
+
+void CheckConversions(const std::string& bytes) {
+    const std::wstring wide = Decoded(bytes);
+    const std::string back = KX::ConvertToString(wide);
+    Check(bytes.starts_with(back) && Decoded(back) == wide, "what was converted converts back");
+    const auto isPlain = [](char byte) { return byte > 0; };
+    const auto plain = static_cast<std::size_t>(std::ranges::find_if_not(bytes, isPlain) - bytes.begin());
+    Check(wide.starts_with(Widened(bytes.substr(0, plain))), "ASCII comes first and as it is");
+    Check(KX::ConvertToTstring(bytes, std::locale::classic()) == wide, "the text type is the wide one");
+    Check(KX::StringBufferSizeInBytes(bytes) == std::strlen(bytes.c_str()), "bytes up to the NUL");
+
+    // Any characters at all: one for each four bytes.
+    std::wstring characters(bytes.size() / sizeof(wchar_t), L'\0');
+    std::memcpy(characters.data(), bytes.data(), characters.size() * sizeof(wchar_t));
+    Check(characters.starts_with(Decoded(KX::ConvertToString(characters))), "the text before what cannot be converted");
+    const std::string path = KX::NarrowPath(characters);
+    Check(path.empty() || Decoded(path) == characters, "a path is converted whole or not at all");
+    // All of them turned into valid ones.
+    for (wchar_t& character : characters)
+        character = static_cast<wchar_t>(static_cast<char32_t>(character) % 0xD7FF + 1);
+    Check(Decoded(KX::ConvertToString(characters)) == characters, "valid text survives");
+    CheckWideTexts({characters, {}, {}});
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const Input<std::string> narrow = SplitInput({reinterpret_cast<const char*>(data), size});
+    const Input<std::wstring> wide{Widened(narrow.text), Widened(narrow.from), Widened(narrow.to)};
+    CheckPaths(narrow);
+    CheckPaths(wide);
+    CheckTexts(narrow);
+    CheckTexts(wide);
+    CheckWideTexts(wide);
+    CheckTwins(narrow, Widened);
+    if (std::ranges::all_of(std::array{narrow.text, narrow.from, narrow.to}, IsConvertible))
+        CheckTwins(narrow, Decoded);
+    CheckConversions(narrow.text);
+    return 0;
+}
