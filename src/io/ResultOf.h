@@ -1,6 +1,7 @@
 #pragma once
 
 #include <new>
+#include <stdexcept>
 
 #include "io/Result.h"
 
@@ -12,6 +13,8 @@ Result ResultOf(Work work) {
     try {
         return work();
     } catch (const std::bad_alloc&) {
+        return kResultOutOfMemory;
+    } catch (const std::length_error&) {  // what the standard containers throw past their largest size
         return kResultOutOfMemory;
     }
 }

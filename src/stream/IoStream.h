@@ -44,6 +44,13 @@ constexpr DataSection operator&(DataSection a, DataSection b) {
     return static_cast<DataSection>(static_cast<unsigned int>(a) & static_cast<unsigned int>(b));
 }
 
+constexpr bool HasAny(SkipType set, SkipType bits) {
+    return (set & bits) != SkipType::None;
+}
+constexpr bool HasAny(DataSection set, DataSection bits) {
+    return (set & bits) != DataSection::None;
+}
+
 // The identifiers that name no loaded object, with the objects that refer to them.
 using CMissingLinkMap = std::map<COrcaID, std::vector<CPointer<CBase>>>;
 // The links of the loaded objects by the objects' identifiers.

@@ -4,15 +4,15 @@
 #include <cstdint>
 #include <functional>
 #include <map>
-#include <memory>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "io/Md5.h"
 #include "io/MemoryIoBuffer.h"
+#include "stream/ContainerFormat.h"
+#include "stream/HashIndex.h"
 #include "stream/IoStream.h"
+#include "stream/LinkIndex.h"
 #include "stream/LzmaInterFace.h"
 
 namespace KX {
@@ -37,7 +37,7 @@ namespace KX {
 // Threads:   no lock inside; one thread at a time.
 class CStream : public CBaseStream {
 public:
-    CStream();
+    CStream() = default;
     ~CStream() override;
 
     // ---- The pipe ----
@@ -70,7 +70,7 @@ public:
     void LogMissingLink(COrcaID id, CBase* referrer) override;
     CMissingLinkMap& GetMissingLink() override;
     // Adds, for each reference of the loaded objects that names none of them, the referring object.
-    void CollectMissingLink(CMissingLinkMap& out);
+    Result CollectMissingLink(CMissingLinkMap& out);
     // Link, or PostLink, for each owner in the order of identifiers; ends at the first failure. Owners that are linked
     // already are not linked again.
     Result LinkProcess(CLinkMap& links);
@@ -227,6 +227,103 @@ public:
     virtual Result ShowLoadTimeAndSize();
 
 private:
+    static constexpr std::uint64_t kNoEnd = UINT64_MAX;
+
+    class CSectionScope;
+    class CMemoryScope;
+    struct SectionSizes;
+    struct RecordHead;
+
+    // The digest takes what passes.
+    bool IsDigesting() const { return m_bMd5 && m_bMd5Active; }
+    void Digest(const void* bytes, unsigned long count);
+    // A failure met by an operation that has no result to tell it by.
+    Result TakeDeferred();
+
+    Result LinkEach(CLinkIndex::List& links);
+    Result PostLinkEach(CLinkIndex::List& links);
+
+    void FreeRawData();
+    void FreeCompressed();
+
+    Result Announce(unsigned long size, unsigned long max);
+    bool HoldsRawData() const;
+    Result CheckBeforeSave(DataSection section) const;
+    Result SaveSections(DataSection section);
+    Result MeasureSections(DataSection section, SectionSizes& sizes);
+    Result MeasureData(SectionSizes& sizes, unsigned int& max);
+    Result GatherObjects();
+    Result WriteHead(DataSection section, const SectionSizes& sizes);
+    Result WriteData(const SectionSizes& sizes);
+    Result WriteRecords(unsigned int versionSize);
+    Result SaveObjects();
+    template <typename Writer>
+    Result WriteExactly(unsigned int size, Writer writer);
+    Result SaveList(const std::vector<CPointer<CBase>>& list);
+
+    Result LoadSections(SkipType skip, DataSection section);
+    Result TakeVersion(std::int64_t version);
+    Result LoadPreviews(SkipType skip, DataSection section);
+    template <typename Reader>
+    Result ReadExactly(unsigned int length, Reader reader);
+    Result ReadClassTable();
+    Result LoadDataSection(SkipType skip, DataSection section);
+    Result ReadDataVersion();
+    Result LoadParsedData(bool skip, unsigned int length);
+    Result LoadPlainRecords(bool skip, unsigned int length, Result& records);
+    Result LoadCompressedRecords(bool skip, unsigned int length, Result& records);
+    Result LoadRawSection(unsigned int length);
+
+    Result LoadRecordsUntil(std::uint64_t end, bool skip, unsigned int total);
+    Result LoadRecords(std::uint64_t end, bool skip, unsigned int total);
+    Result ReadRecordHead(bool skip, RecordHead& head);
+    Result FindClass(long long id, bool skip, RecordHead& head);
+    Result ReadAndDrop(std::uint64_t end);
+    Result SkipRecord(unsigned int size);
+    Result SkipExisting(std::uint64_t size);
+    bool IsOlderThanData(const CBase& object) const;
+    Result LoadList(bool skip, std::vector<CPointer<CBase>>& list);
+
+    Result LoadTextHeader();
+    Result ReadTextRecordHead(RecordHead& head);
+    Result ReadTextThumbnailHead(std::string& className);
+    Result ReadTextExtendInfoHead();
+
+    CIoBuffer* m_pIoBuffer = nullptr;
+    CProgress* m_pProgress = nullptr;
+    int m_nFileVersion = Container::kVersion;
+    std::map<const CRtti*, CVersion> m_mapVersion;
+    CPointer<CBase> m_pThumbnail;
+    std::vector<CPointer<CBase>> m_vecDrm;
+    std::vector<CPointer<CBase>> m_vecExtendInfo;
+    std::vector<CPointer<CBase>> m_vecObject;
+    CHashIndex<CBase> topLevel;  // the objects of m_vecObject
+    CLinkIndex m_mapLink;
+    CMissingLinkMap m_mapMissingLink;
+    std::vector<CBase*> m_vecOrdered;
+    bool m_bSaving = false;
+    std::uint8_t* m_pRawData = nullptr;  // by new[]
+    std::uint32_t m_nRawDataSize = 0;
+    bool isRawCompressed = false;  // the flags of the file that the raw data came from
+    bool isRawDigested = false;
+    long long m_nFileModifyTime = 0;
+    bool m_bCompress = true;
+    bool m_bMd5 = true;
+    bool m_bMd5Active = false;
+    CPointer<CLzmaInterFace> m_pLzma;
+    MD5 m_md5;
+    std::wstring m_strName;                 // told to the compressor
+    std::wstring m_strNote;                 // of the settled layout; always empty
+    std::uint8_t* m_pCompressed = nullptr;  // by new[]
+    std::uint32_t m_nCompressedSize = 0;
+
+    Result deferred = kResultOk;
+    // Bytes read or skipped, and written: buffers do not all count them.
+    std::uint64_t consumed = 0;
+    std::uint64_t written = 0;
+    std::uint64_t sectionEnd = kNoEnd;  // where `consumed` will be at the end of the section
+    std::uint64_t tableSize = 0;        // of the class table read last,
+    std::uint64_t tableEnd = 0;         // and where it ended
 };
 
 }  // namespace KX

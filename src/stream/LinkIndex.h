@@ -1,0 +1,33 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "stream/HashIndex.h"
+#include "stream/MemberLink.h"
+
+namespace KX {
+
+// The links of loaded objects by identifier: found in constant time, walked in the order of identifiers.
+//
+// Ownership: keeps the links.
+// Threads:   one at a time.
+class CLinkIndex {
+public:
+    using List = std::vector<std::pair<COrcaID, CPointer<CMemberLink>>>;
+
+    // False: the identifier is there already, and nothing was changed. May throw std::bad_alloc, which changes nothing.
+    bool Insert(COrcaID id, CMemberLink* link);
+    // Null where there is none.
+    CMemberLink* Find(COrcaID id) const { return byId.Find(id.Value()); }
+    // All links in ascending order of their identifiers, until the next Insert or Clear.
+    List& InOrder();
+    void Clear();
+
+private:
+    List links;
+    bool isAscending = true;
+    CHashIndex<CMemberLink> byId;
+};
+
+}  // namespace KX

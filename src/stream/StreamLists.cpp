@@ -1,0 +1,284 @@
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+
+#include "io/ResultOf.h"
+#include "stream/Stream.h"
+
+// The objects of a stream and the links among them.
+namespace KX {
+
+namespace {
+
+using ObjectList = std::vector<CPointer<CBase>>;
+
+// Pointers are multiples of at least this: what the bits below it could tell is left out.
+constexpr unsigned int kPointerBits = 4;
+
+std::uint64_t KeyOf(const CBase* object) {
+    return reinterpret_cast<std::uintptr_t>(object) >> kPointerBits;
+}
+
+CBase* EntryAt(const ObjectList& list, unsigned long index) {
+    return index < list.size() ? list[index].Get() : nullptr;
+}
+
+auto Find(ObjectList& list, const CBase* object) {
+    return std::ranges::find(list, object, &CPointer<CBase>::Get);
+}
+
+Result Append(ObjectList& list, CBase* object) {
+    return ResultOf([&] {
+        list.emplace_back(object);
+        return kResultOk;
+    });
+}
+
+// The entry is released when the list is whole again: its object may ask the stream for what it holds.
+void TakeOut(ObjectList& list, ObjectList::iterator entry) {
+    const CPointer<CBase> released = std::move(*entry);
+    list.erase(entry);
+}
+
+void RemoveFirst(ObjectList& list, const CBase* object) {
+    const auto found = Find(list, object);
+    if (found != list.end()) TakeOut(list, found);
+}
+
+void ReleaseAll(ObjectList& list) {
+    const ObjectList released = std::exchange(list, {});
+}
+
+}  // namespace
+
+// Thumbnail, drm and extend info
+
+Result CStream::SetThumbnail(CBase* object) {
+    m_pThumbnail = object;
+    return kResultOk;
+}
+
+CBase* CStream::GetThumbnail() const {
+    return m_pThumbnail.Get();
+}
+
+Result CStream::AddDrm(CBase* object) {
+    return Append(m_vecDrm, object);
+}
+
+Result CStream::RemoveDrm(CBase* object) {
+    RemoveFirst(m_vecDrm, object);
+    return kResultOk;
+}
+
+CBase* CStream::GetDrm(unsigned long index) const {
+    return EntryAt(m_vecDrm, index);
+}
+
+unsigned long CStream::GetDrmCount() const {
+    return m_vecDrm.size();
+}
+
+Result CStream::ClearDrm() {
+    ReleaseAll(m_vecDrm);
+    return kResultOk;
+}
+
+Result CStream::AddExtendInfo(CBase* object) {
+    return Append(m_vecExtendInfo, object);
+}
+
+Result CStream::InsertExtendInfo(CBase* object, unsigned long index) {
+    if (index > m_vecExtendInfo.size()) return kResultOutOfBounds;
+
+    return ResultOf([&] {
+        m_vecExtendInfo.insert(m_vecExtendInfo.begin() + static_cast<std::ptrdiff_t>(index), CPointer<CBase>(object));
+        return kResultOk;
+    });
+}
+
+Result CStream::RemoveExtendInfo(CBase* object) {
+    RemoveFirst(m_vecExtendInfo, object);
+    return kResultOk;
+}
+
+Result CStream::RemoveExtendInfoAt(unsigned long index) {
+    if (index >= m_vecExtendInfo.size()) return kResultOutOfBounds;
+
+    TakeOut(m_vecExtendInfo, m_vecExtendInfo.begin() + static_cast<std::ptrdiff_t>(index));
+    return kResultOk;
+}
+
+CBase* CStream::GetExtendInfo(unsigned long index) const {
+    return EntryAt(m_vecExtendInfo, index);
+}
+
+unsigned long CStream::GetExtendInfoCount() const {
+    return m_vecExtendInfo.size();
+}
+
+// Top-level objects: a list in order, and an index for the question whether one is in it
+
+Result CStream::Insert(CBase* object) {
+    if (object == nullptr) return kResultInvalidArgument;
+    return ResultOf([&] {
+        if (!topLevel.Insert(KeyOf(object), object)) return kResultNothingDone;
+        const Result result = Append(m_vecObject, object);
+        if (Failed(result)) topLevel.Erase(KeyOf(object));
+        return result;
+    });
+}
+
+Result CStream::SetObjectAt(unsigned int index, CBase* object) {
+    if (object == nullptr || index >= m_vecObject.size()) return kResultInvalidArgument;
+    return ResultOf([&] {
+        if (!topLevel.Insert(KeyOf(object), object)) return kResultNothingDone;
+        topLevel.Erase(KeyOf(m_vecObject[index].Get()));
+        m_vecObject[index] = object;
+        return kResultOk;
+    });
+}
+
+Result CStream::Remove(CBase* object) {
+    if (object == nullptr) return kResultInvalidArgument;
+    if (!IsTopLevel(object)) return kResultNothingDone;
+
+    topLevel.Erase(KeyOf(object));
+    RemoveFirst(m_vecObject, object);
+    return kResultOk;
+}
+
+Result CStream::RemoveAll() {
+    topLevel.Clear();
+    ReleaseAll(m_vecObject);
+    ClearVersion();
+    m_vecOrdered = {};
+    m_mapLink.Clear();
+    FreeRawData();
+    FreeCompressed();
+    return kResultOk;
+}
+
+unsigned int CStream::GetObjectCount() const {
+    return static_cast<unsigned int>(m_vecObject.size());
+}
+
+CBase* CStream::GetObjectAt(unsigned int index) const {
+    return EntryAt(m_vecObject, index);
+}
+
+bool CStream::IsTopLevel(CBase* object) {
+    return topLevel.Find(KeyOf(object)) != nullptr;
+}
+
+// Class versions
+
+CVersion CStream::Version(const CRtti* rtti) const {
+    const auto found = m_mapVersion.find(rtti);
+    return found == m_mapVersion.end() ? CVersion() : found->second;
+}
+
+Result CStream::AddVersion(const CRtti* rtti, CVersion version) {
+    return ResultOf([&] {
+        m_mapVersion.insert_or_assign(rtti, version);
+        return kResultOk;
+    });
+}
+
+bool CStream::HasVersion(const CRtti* rtti) const {
+    return m_mapVersion.contains(rtti);
+}
+
+void CStream::ClearVersion() {
+    m_mapVersion.clear();
+}
+
+// Links
+
+bool CStream::InsertInLinkMap(COrcaID id, CMemberLink* link) {
+    if (link == nullptr) return false;
+
+    bool isInserted = false;
+    const Result result = ResultOf([&] {
+        isInserted = m_mapLink.Insert(id, link);
+        return kResultOk;
+    });
+    if (Failed(result)) deferred = result;
+    return isInserted;
+}
+
+CBase* CStream::GetObjectFromLinkMap(COrcaID id) {
+    const CMemberLink* const link = m_mapLink.Find(id);
+    return link == nullptr ? nullptr : link->GetOwner();
+}
+
+Result CStream::InsertInOrdered(CBase* object) {
+    if (object == nullptr) return kResultInvalidArgument;
+
+    const Result result = ResultOf([&] {
+        m_vecOrdered.push_back(object);
+        return kResultOk;
+    });
+    if (Failed(result)) deferred = result;
+    return result;
+}
+
+void CStream::LogMissingLink(COrcaID id, CBase* referrer) {
+    const Result result = ResultOf([&] { return Append(m_mapMissingLink[id], referrer); });
+    if (Failed(result)) deferred = result;
+}
+
+CMissingLinkMap& CStream::GetMissingLink() {
+    return m_mapMissingLink;
+}
+
+Result CStream::CollectMissingLink(CMissingLinkMap& out) {
+    return ResultOf([&] {
+        for (const auto& [id, link] : m_mapLink.InOrder()) {
+            for (const COrcaID reference : link->References()) {
+                if (reference == COrcaID() || m_mapLink.Find(reference) != nullptr) continue;
+                out[reference].emplace_back(link->GetOwner());
+            }
+        }
+        return kResultOk;
+    });
+}
+
+// By index, for an object's Link may enter further links.
+Result CStream::LinkEach(CLinkIndex::List& links) {
+    for (std::size_t i = 0; i < links.size(); ++i) {
+        const CPointer<CMemberLink> link = links[i].second;
+        if (link->IsLinked() || link->GetOwner() == nullptr) continue;
+        Result result = link->GetOwner()->Link(*this, link.Get(), 0);
+        if (!Failed(result)) result = TakeDeferred();
+        if (Failed(result)) return result;
+        link->SetLinked(true);
+    }
+    return kResultOk;
+}
+
+Result CStream::PostLinkEach(CLinkIndex::List& links) {
+    for (std::size_t i = 0; i < links.size(); ++i) {
+        const CPointer<CBase> owner = links[i].second->GetOwner();
+        if (!owner) continue;
+        const Result result = owner->PostLink(*this, 0);
+        if (Failed(result)) return result;
+    }
+    return kResultOk;
+}
+
+Result CStream::LinkProcess(CLinkMap& links) {
+    return ResultOf([&] {
+        CLinkIndex::List list(links.begin(), links.end());
+        return LinkEach(list);
+    });
+}
+
+Result CStream::PostLinkProcess(CLinkMap& links) {
+    return ResultOf([&] {
+        CLinkIndex::List list(links.begin(), links.end());
+        return PostLinkEach(list);
+    });
+}
+
+}  // namespace KX

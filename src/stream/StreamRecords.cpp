@@ -1,0 +1,268 @@
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "io/FileStream.h"
+#include "stream/ContainerFormat.h"
+#include "stream/RecordHead.h"
+#include "stream/ScopeGuard.h"
+#include "stream/Stream.h"
+#include "stream/StreamScopes.h"
+#include "stream/StreamText.h"
+#include "string/Encoding.h"
+
+// What stands in the sections of a container: objects, alone and in lists.
+namespace KX {
+
+namespace {
+
+// The name by which a class is sought that the registry does not know.
+constexpr const char* kUnknownClass = "GetVersionMapIDtoRttiReturnNull";
+
+// The lines of CStream::m_strLoadFileLogPath.
+class CLoadLog {
+public:
+    explicit CLoadLog(const std::wstring& path) {
+        std::FILE* opened = nullptr;
+        if (!path.empty()) (void)FileOpen(&opened, path.c_str(), L"a");
+        file.reset(opened);
+    }
+
+    void Add(const std::string& className, const CBase& object, std::uint64_t size) {
+        if (file == nullptr) return;
+        const std::string name = ConvertToString(object.GetName(), kTextLocale);
+        (void)std::fprintf(file.get(), "%s, %s, %llu\n", className.c_str(), name.c_str(),
+                           static_cast<unsigned long long>(size));
+    }
+
+private:
+    struct CloseFile {
+        void operator()(std::FILE* open) const { (void)std::fclose(open); }
+    };
+
+    std::unique_ptr<std::FILE, CloseFile> file;
+};
+
+}  // namespace
+
+Result CStream::LoadData(bool skip, unsigned int length) {
+    if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
+    if (length == 0) return LoadRecordsUntil(kNoEnd, skip, 0);
+
+    const std::uint64_t start = consumed == tableEnd ? consumed - tableSize : consumed;
+    return LoadRecordsUntil(start + length, skip, length);
+}
+
+Result CStream::LoadRecordsUntil(std::uint64_t end, bool skip, unsigned int total) {
+    const CScopeGuard atExit([this] {
+        if (m_pProgress != nullptr) m_pProgress->Finish();
+    });
+    Result result = LoadRecords(end, skip, total);
+    if (!Failed(result)) result = LinkEach(m_mapLink.InOrder());
+    if (!Failed(result)) result = PostLinkEach(m_mapLink.InOrder());
+    return result;
+}
+
+// Each round reads a record's head at least, so that it ends with the section or with the buffer.
+Result CStream::LoadRecords(std::uint64_t end, bool skip, unsigned int total) {
+    const CSectionScope scope(*this, end);
+    CLoadLog log(m_strLoadFileLogPath);
+    RecordHead head;
+    while (end == kNoEnd ? !m_pIoBuffer->IsBufferEnd() : consumed < end) {
+        const std::uint64_t before = consumed;
+        Result result = ReadRecordHead(skip, head);
+        if (Failed(result)) return result;
+        CPointer<CBase> object;
+        result = LoadObject(object, head.className, skip, total);
+        if (Failed(result)) return result;
+        if (!object) continue;
+        log.Add(head.className, *object, consumed - before);
+        if (head.isTopLevel) result = Insert(object.Get());
+        if (Failed(result)) return result;
+    }
+    return consumed <= end ? kResultOk : kResultMalformed;
+}
+
+Result CStream::ReadRecordHead(bool skip, RecordHead& head) {
+    if (m_nFileVersion < Container::kVersionFlags) return ReadTextRecordHead(head);
+
+    std::int64_t id = 0;
+    Result result = StreamRead(*this, id);
+    if (Failed(result)) return result;
+    head.isTopLevel = id == Container::kTopLevelMarker;
+    if (head.isTopLevel) result = StreamRead(*this, id);
+    return Failed(result) ? result : FindClass(id, skip, head);
+}
+
+Result CStream::FindClass(long long id, bool skip, RecordHead& head) {
+    if (id == head.id && !head.className.empty()) return kResultOk;
+
+    const CRtti* const rtti = CRtti::GetVersionMapIDtoRtti(id);
+    if (rtti == nullptr && !skip) return kResultMalformed;
+    head.id = id;
+    head.className = rtti == nullptr ? kUnknownClass : rtti->ClassName();
+    return kResultOk;
+}
+
+Result CStream::LoadClassName(std::string& name) {
+    if (m_nFileVersion < Container::kVersionFlags) return StreamRead(*this, name);
+
+    std::int64_t id = 0;
+    const Result result = StreamRead(*this, id);
+    if (Failed(result)) return result;
+    const CRtti* const rtti = CRtti::GetVersionMapIDtoRtti(id);
+    if (rtti == nullptr) return kResultMalformed;
+    name = rtti->ClassName();
+    return kResultOk;
+}
+
+Result CStream::LoadObject(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total) {
+    std::uint32_t size = 0;
+    const bool isSized = m_nFileVersion >= Container::kVersionRecordSize;
+    Result result = isSized ? StreamRead(*this, size) : kResultOk;
+    if (Failed(result)) return result;
+    if (m_pProgress != nullptr) {
+        const float fraction = total == 0 ? 1e-7F : static_cast<float>(size) / static_cast<float>(total);
+        m_pProgress->Report(std::min(fraction, 1.0F));
+    }
+
+    const CBase::CreateFunction create = CBase::GetFactoryFunction(className);
+    if (create == nullptr) {
+        if (!isSized || !skip) return kResultUnknownClass;
+        result = SkipRecord(size);
+        if (!Failed(result)) target = nullptr;
+        return result;
+    }
+    CPointer<CBase> object;
+    result = create(object);
+    if (Failed(result)) return result;
+    if (!object) return kResultFail;
+    if (IsOlderThanData(*object)) return kResultTooNew;
+
+    auto* const made = new (std::nothrow) CMemberLink;
+    if (made == nullptr) return kResultOutOfMemory;
+    const CPointer<CMemberLink> link(made);
+    made->DecrementReferences();  // the maker's own
+    made->SetOwnerObject(object.Get());
+    result = object->Load(*this, made, m_pProgress);
+    if (!Failed(result)) result = TakeDeferred();
+    if (Failed(result)) return result;
+    target = object;
+    return kResultOk;
+}
+
+// Whether the data were written by a newer version of the object's class, or of one that it is based on.
+bool CStream::IsOlderThanData(const CBase& object) const {
+    for (const CRtti* rtti = object.GetRtti(); rtti != nullptr; rtti = rtti->Base()) {
+        const auto found = m_mapVersion.find(rtti);
+        if (found != m_mapVersion.end() && rtti->Version().Value() < found->second.Value()) return true;
+    }
+    return false;
+}
+
+// Reads up to there in small pieces: for the digest, or to see that the bytes exist.
+Result CStream::ReadAndDrop(std::uint64_t end) {
+    unsigned char dropped[0x1000];
+    while (consumed < end) {
+        const std::uint64_t piece = std::min<std::uint64_t>(end - consumed, sizeof dropped);
+        const Result result = ReadIn(dropped, sizeof dropped, piece);
+        if (Failed(result)) return result;
+    }
+    return kResultOk;
+}
+
+// Inside a digest the bytes have to pass through it, or a good file would not load.
+Result CStream::SkipRecord(unsigned int size) {
+    if (consumed > sectionEnd || size > sectionEnd - consumed) return kResultMalformed;
+    if (IsDigesting()) return ReadAndDrop(consumed + size);
+    return Skip(size);
+}
+
+// Buffers over files skip past their end. Reads the last byte, so that what follows can rely on all of them.
+Result CStream::SkipExisting(std::uint64_t size) {
+    if (size == 0) return kResultOk;
+
+    const std::uint64_t end = consumed + size;
+    const Result result = Skip(static_cast<unsigned int>(size - 1));
+    return Failed(result) ? result : ReadAndDrop(end);
+}
+
+// Sections of single objects and of lists. Links do not cross them.
+
+Result CStream::LoadThumbnail(bool skip) {
+    m_mapLink.Clear();
+    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    std::string className;
+    const bool isText = m_nFileVersion < Container::kVersionSections;
+    const Result result = isText ? ReadTextThumbnailHead(className) : LoadClassName(className);
+    if (result != kResultOk) return result;  // there is none, or it cannot be told
+    const bool isSkippable = skip && m_nFileVersion >= Container::kVersionRecordSize;
+    return LoadObject(m_pThumbnail, className, isSkippable, 0);
+}
+
+// The objects of a list, which grows as they come: their number may be anything. A skipped one leaves null.
+Result CStream::LoadList(bool skip, std::vector<CPointer<CBase>>& list) {
+    std::uint32_t count = 0;
+    if (Failed(StreamRead(*this, count)) || count == 0) return kResultMalformed;
+
+    std::vector<CPointer<CBase>>().swap(list);
+    for (; count > 0; --count) {
+        std::string className;
+        Result result = LoadClassName(className);
+        if (Failed(result)) return result;
+        CPointer<CBase> object;
+        result = LoadObject(object, className, skip, 0);
+        if (Failed(result)) return result;
+        list.push_back(std::move(object));
+    }
+    return kResultOk;
+}
+
+Result CStream::LoadDrm(bool skip) {
+    const bool isDigested = m_nFileVersion >= Container::kVersionDataTable;
+    if (isDigested) BeginLoadMD5();
+    m_mapLink.Clear();
+    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const Result result = LoadList(skip, m_vecDrm);
+    return Failed(result) || !isDigested ? result : EndLoadMD5();
+}
+
+Result CStream::LoadExtendInfo(bool skip) {
+    m_mapLink.Clear();
+    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const Result result = m_nFileVersion < Container::kVersionSections ? ReadTextExtendInfoHead() : kResultOk;
+    if (result != kResultOk) return result;  // there is none, or it cannot be told
+    return LoadList(skip, m_vecExtendInfo);
+}
+
+Result CStream::LoadHQThumbnailExtendInfo(unsigned int length) {
+    if (m_nFileVersion < Container::kVersionSections) return kResultMalformed;
+
+    m_mapLink.Clear();
+    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const std::uint64_t end = consumed + length;
+    std::uint32_t count = 0;
+    if (Failed(StreamRead(*this, count)) || count == 0) return kResultMalformed;
+    constexpr std::uint64_t kLeastRecord = 2 * Container::kLengthSize;  // class and size
+    if (count * kLeastRecord > length) return kResultMalformed;
+
+    std::string className;
+    Result result = LoadClassName(className);
+    if (Failed(result)) return result;
+    CPointer<CBase> first;
+    result = LoadObject(first, className, false, 0);
+    if (Failed(result)) return result;
+    if (consumed > end) return kResultMalformed;
+    result = SkipExisting(end - consumed);
+    if (Failed(result)) return result;
+    std::vector<CPointer<CBase>> list(count);
+    list.front() = first;
+    m_vecExtendInfo.swap(list);
+    return kResultOk;
+}
+
+}  // namespace KX
