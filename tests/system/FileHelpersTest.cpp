@@ -105,6 +105,8 @@ TEST_F(FileHelpersTest, FilesAreReadAndWrittenWhole) {
     while (ReadInto(none, L"file \u6587", allowed) == KX::kResultOutOfMemory) ++allowed;
     EXPECT_EQ(ReadInto(none, L"file \u6587", allowed), KX::kResultOk);
     EXPECT_GT(allowed, 2U);
+    // Shorter than the size that the system gives; not there on all systems, which is the same to the caller.
+    EXPECT_EQ(ReadInto(none, L"/sys/devices/system/cpu/online"), KX::kResultOpenFailed);
 
     EXPECT_EQ(CSystem::WriteMemoryToFile(L"no/file", "x", 1), KX::kResultOpenFailed);
     // Bytes that the C library takes but the device does not.
