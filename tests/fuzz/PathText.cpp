@@ -22,7 +22,7 @@ struct Input {
 };
 
 std::string Take(std::string_view& rest, std::size_t count) {
-    const std::string taken(rest.substr(0, count));
+    std::string taken(rest.substr(0, count));
     rest.remove_prefix(taken.size());
     return taken;
 }
