@@ -88,6 +88,7 @@ TEST_F(FileIoTest, CountsLastUntilTheNextFileOrTheEnd) {
     EXPECT_EQ(io.GetSearchDirectory(directory), 0);
     EXPECT_EQ(directory, L"\u5716");
     EXPECT_TRUE(io.CheckFileExist(directory + L"/a.bin"));
+    ASSERT_EQ(io.ReadIn(bytes, 9, 9, nullptr), 0);
 
     ASSERT_EQ(io.Open(L"\u5716/a.bin"), 0);
     ASSERT_EQ(io.ReadIn(bytes, 4, 4, nullptr), 0);
@@ -175,8 +176,13 @@ TEST_F(FileIoTest, AFailedSaveLeavesAPartUnlessTheRoomWasRefused) {
 
 TEST_F(FileIoTest, AFullDiskFailsTheSaveThoughTheBytesWereTaken) {
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
-    stream.act = [](KX::CIoBuffer& buffer) { return buffer.WriteOut("12345", 5, nullptr); };
-    EXPECT_EQ(Save(L"/dev/full"), KX::kResultIoFailed);
+    for (const unsigned long size : {5UL, 1000000UL}) {  // some that fail at the end, some that fail when written
+        stream.act = [&](KX::CIoBuffer& buffer) {
+            (void)buffer.WriteOut(std::string(size, 'x').data(), size, nullptr);
+            return KX::kResultOk;
+        };
+        EXPECT_EQ(Save(L"/dev/full"), KX::kResultIoFailed) << size;
+    }
     ASSERT_EQ(io.Save(L"/dev/full"), 0);
     EXPECT_EQ(io.WriteOut(std::string(1000000, 'x').data(), 1000000, nullptr), KX::kResultIoFailed);
     EXPECT_EQ(io.GetWriteSize(), 0U);
