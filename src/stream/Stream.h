@@ -17,6 +17,8 @@
 
 namespace KX {
 
+class CObjectListLog;
+
 // Saves a graph of objects into a container and loads it back, whole or by section (docs/container-format.md), through
 // any buffer. At its bottom it is a pipe of bytes that computes a digest of what passes.
 //
@@ -317,6 +319,7 @@ private:
     std::uint8_t* m_pCompressed = nullptr;  // by new[]
     std::uint32_t m_nCompressedSize = 0;
 
+    CObjectListLog* objectLog = nullptr;  // of the save that runs
     Result deferred = kResultOk;
     // Bytes read or skipped, and written: buffers do not all count them.
     std::uint64_t consumed = 0;

@@ -200,8 +200,7 @@ Result CStream::LoadThumbnail(bool skip) {
     const bool isText = m_nFileVersion < Container::kVersionSections;
     const Result result = isText ? ReadTextThumbnailHead(className) : LoadClassName(className);
     if (result != kResultOk) return result;  // there is none, or it cannot be told
-    const bool isSkippable = skip && m_nFileVersion >= Container::kVersionRecordSize;
-    return LoadObject(m_pThumbnail, className, isSkippable, 0);
+    return LoadObject(m_pThumbnail, className, skip, 0);
 }
 
 // The objects of a list, which grows as they come: their number may be anything. A skipped one leaves null.

@@ -119,7 +119,9 @@ Result CStream::DataSize(unsigned int& total, unsigned int& max) {
         unsigned int sum = total;
         bool fits = AddTo(sum, m_vecObject.size() * sizeof Container::kTopLevelMarker);
         Raise(max, sizeof Container::kTopLevelMarker);
-        CObjectListLog log(CObjectListLog::Mode::Begin);
+        CObjectListLog ownLog;
+        CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
+        log.Begin();
         for (std::size_t i = 0; i < m_vecOrdered.size(); ++i) {
             const unsigned int size = m_vecOrdered[i]->GetDiskSize();
             fits = fits && AddTo(sum, size);
@@ -160,7 +162,10 @@ Result CStream::GetDiskUsed(unsigned int& size) {
 // The whole save
 
 Result CStream::Save(DataSection section) {
+    CObjectListLog log;
+    objectLog = &log;
     const CScopeGuard atExit([this] {
+        objectLog = nullptr;
         m_vecOrdered.clear();  // the objects belong to the caller, and may be gone before the next call
         if (m_pProgress != nullptr) m_pProgress->Finish();
     });
@@ -384,7 +389,9 @@ Result CStream::SaveData() {
 Result CStream::SaveObjects() {
     if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
 
-    CObjectListLog log(CObjectListLog::Mode::Append);
+    CObjectListLog ownLog;
+    CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
+    log.Append();
     unsigned long before = log.IsOpen() ? m_pIoBuffer->GetWriteSize() : 0;
     for (std::size_t i = 0; i < m_vecOrdered.size(); ++i) {
         CBase* const object = m_vecOrdered[i];

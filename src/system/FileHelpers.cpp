@@ -74,7 +74,7 @@ Result CSystem::IsDirectory(std::wstring path, bool& isDir) {
     });
 }
 
-bool CSystem::isDirectory(char* path) {
+bool CSystem::isDirectory(char* path) {  // NOLINT(readability-non-const-parameter): the settled interface
     struct stat status {};
     if (::stat(path == nullptr ? "" : path, &status) == 0) return S_ISDIR(status.st_mode);
 

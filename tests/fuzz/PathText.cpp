@@ -22,7 +22,7 @@ struct Input {
 };
 
 std::string Take(std::string_view& rest, std::size_t count) {
-    const std::string taken(rest.substr(0, count));
+    std::string taken(rest.substr(0, count));
     rest.remove_prefix(taken.size());
     return taken;
 }
@@ -191,6 +191,12 @@ bool IsConvertible(const std::string& text) {
     return KX::ConvertToString(Decoded(text)) == text;
 }
 
+// One of the characters that every text may hold: no NUL and no surrogate.
+wchar_t Valid(char32_t any) {
+    const char32_t valid = any % 0x10F7FF + 1;
+    return static_cast<wchar_t>(valid < 0xD800 ? valid : valid + 0x800);
+}
+
 void CheckConversions(const std::string& bytes) {
     const std::wstring wide = Decoded(bytes);
     const std::string back = KX::ConvertToString(wide);
@@ -207,9 +213,7 @@ void CheckConversions(const std::string& bytes) {
     Check(characters.starts_with(Decoded(KX::ConvertToString(characters))), "the text before what cannot be converted");
     const std::string path = KX::NarrowPath(characters);
     Check(path.empty() || Decoded(path) == characters, "a path is converted whole or not at all");
-    // All of them turned into valid ones.
-    for (wchar_t& character : characters)
-        character = static_cast<wchar_t>(static_cast<char32_t>(character) % 0xD7FF + 1);
+    for (wchar_t& character : characters) character = Valid(static_cast<char32_t>(character));
     Check(Decoded(KX::ConvertToString(characters)) == characters, "valid text survives");
     CheckWideTexts({characters, {}, {}});
 }
