@@ -2,12 +2,12 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "stream/Base.h"
+#include "system/File.h"
 
 namespace KX {
 
@@ -40,17 +40,13 @@ private:
     // Lines are gathered to pieces of this size: a line per object must cost next to nothing beside its save.
     static constexpr std::size_t kPiece = 0x10000;
 
-    struct CloseFile {
-        void operator()(std::FILE* open) const { (void)std::fclose(open); }
-    };
-
     bool Open(const wchar_t* mode);
     void Put(std::string_view text);
     void PutNumber(unsigned long number);
     void PutText(const std::wstring& text);
     void Flush();
 
-    std::unique_ptr<std::FILE, CloseFile> file;
+    CFile file;
     std::unique_ptr<std::array<char, kPiece>> piece;
     std::size_t filled = 0;
     bool isWholeFile = false;  // begun here, so that what follows the last line is of an earlier save

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -14,6 +13,7 @@
 #include "stream/StreamScopes.h"
 #include "stream/StreamText.h"
 #include "string/Encoding.h"
+#include "system/File.h"
 
 // What stands in the sections of a container: objects, alone and in lists.
 namespace KX {
@@ -40,11 +40,7 @@ public:
     }
 
 private:
-    struct CloseFile {
-        void operator()(std::FILE* open) const { (void)std::fclose(open); }
-    };
-
-    std::unique_ptr<std::FILE, CloseFile> file;
+    CFile file;
 };
 
 }  // namespace
