@@ -64,5 +64,7 @@ int main(int argc, char** argv) {
     RegisterAllocBench();
     RegisterSequentialBench(isQuick ? kQuickSequentialSize : kSequentialSize);
     RegisterEncodingBench();
+    RegisterMd5Bench();
+    RegisterFileIoBench();
     return RunAndCompare(isStrict) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

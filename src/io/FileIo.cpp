@@ -41,8 +41,10 @@ void CloseFile(std::FILE*& file) {
 
 }  // namespace
 
-Result CFileIo::Take(std::FILE* opened) {
-    file = opened;
+Result CFileIo::Replace(std::FILE* (*opener)(const std::string& narrowPath)) {
+    const std::string narrow = NarrowPath(filePath);
+    CloseFile(file);  // ahead of the new one, which may be the same file and is emptied
+    file = opener(narrow);
     if (file == nullptr) return kResultOpenFailed;
 
     if (pieces == nullptr) pieces.reset(new (std::nothrow) char[kPiecesSize]);
@@ -62,9 +64,7 @@ Result CFileIo::Open(const wchar_t* path) {
         if (Failed(queried)) return queried;
 
         readCount = 0;
-        const std::string narrow = NarrowPath(filePath);
-        CloseFile(file);
-        return Take(OpenForReading(narrow));
+        return Replace(OpenForReading);
     });
 }
 
@@ -74,9 +74,7 @@ Result CFileIo::Save(const wchar_t* path) {
     return ResultOf([&] {
         filePath = path;
         writeCount = 0;
-        const std::string narrow = NarrowPath(filePath);
-        CloseFile(file);  // ahead of the new one, which may be the same file and is emptied
-        return Take(std::fopen(narrow.c_str(), "wb"));
+        return Replace([](const std::string& narrow) { return std::fopen(narrow.c_str(), "wb"); });
     });
 }
 

@@ -66,7 +66,7 @@ public:
     static inline std::function<Result(std::wstring path, unsigned long size)> c_kfSpaceChecker;
 
 private:
-    Result Take(std::FILE* opened);
+    Result Replace(std::FILE* (*opener)(const std::string& narrowPath));
     Result Seek(unsigned long offset, int origin);
 
     std::FILE* file = nullptr;
