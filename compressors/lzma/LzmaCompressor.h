@@ -9,9 +9,9 @@ namespace KX {
 // Format:  the uncompressed size (4 bytes), the CRC-32 of these 4 bytes (4 bytes), both little-endian, then one .xz
 //          stream with a CRC-64 (The .xz File Format 1.1.0, tukaani.org/xz/xz-file-format.txt) to the last byte. So
 //          `tail -c +9 | xz -d` unpacks it, and a damaged size is found before memory of that size is asked for.
-// Memory:  beside source and target. To unpack, at most what level 9 needs, 65 MiB, whatever the bytes ask for. To pack,
-//          up to 9 MiB at the default level, 94 at level 6 and 674 at level 9, less for less data. Compress reserves
-//          a target a little above the size of the source, of which only what gets filled is touched.
+// Memory:  beside source and target. To unpack, at most what level 9 needs, 65 MiB, whatever the bytes ask for. To
+//          pack, up to 9 MiB at the default level, 94 at level 6 and 674 at level 9, less for less data. Compress
+//          reserves a target a little above the size of the source, of which only what gets filled is touched.
 // Errors:  nothing throws, unless a progress does.
 //            kResultInvalidArgument  a null pointer where bytes are needed, a level above 9
 //            kResultOutOfMemory      memory ran out; target is null, or not filled
