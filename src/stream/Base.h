@@ -23,7 +23,7 @@ public:
 
     constexpr unsigned long long Value() const { return value; }
 
-    friend constexpr auto operator<=>(COrcaID, COrcaID) = default;
+    friend constexpr auto operator<=>(COrcaID, COrcaID) = default;  // NOLINT(modernize-use-nullptr): its own 0
 
 private:
     unsigned long long value = 0;

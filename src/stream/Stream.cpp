@@ -14,7 +14,7 @@ std::function<Result(CStream&)> CStream::m_fnDrmProcessAfterLoad;
 std::wstring CStream::m_strLoadFileLogPath;
 
 CStream::~CStream() {
-    RemoveAll();
+    CStream::RemoveAll();
 }
 
 Result CStream::SetIoBuffer(CIoBuffer* buffer) {

@@ -244,9 +244,9 @@ Result CStream::CollectMissingLink(CMissingLinkMap& out) {
     });
 }
 
-// By index, for an object's Link may enter further links.
+// By index, for what an object does here may enter further links.
 Result CStream::LinkEach(CLinkIndex::List& links) {
-    for (std::size_t i = 0; i < links.size(); ++i) {
+    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
         const CPointer<CMemberLink> link = links[i].second;
         if (link->IsLinked() || link->GetOwner() == nullptr) continue;
         Result result = link->GetOwner()->Link(*this, link.Get(), 0);
@@ -258,7 +258,7 @@ Result CStream::LinkEach(CLinkIndex::List& links) {
 }
 
 Result CStream::PostLinkEach(CLinkIndex::List& links) {
-    for (std::size_t i = 0; i < links.size(); ++i) {
+    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
         const CPointer<CBase> owner = links[i].second->GetOwner();
         if (!owner) continue;
         const Result result = owner->PostLink(*this, 0);

@@ -139,12 +139,11 @@ Result CStream::LoadObject(CPointer<CBase>& target, const std::string& className
     if (!object) return kResultFail;
     if (IsOlderThanData(*object)) return kResultTooNew;
 
-    auto* const made = new (std::nothrow) CMemberLink;
-    if (made == nullptr) return kResultOutOfMemory;
-    const CPointer<CMemberLink> link(made);
-    made->DecrementReferences();  // the maker's own
-    made->SetOwnerObject(object.Get());
-    result = object->Load(*this, made, m_pProgress);
+    auto* const link = new (std::nothrow) CMemberLink;
+    if (link == nullptr) return kResultOutOfMemory;
+    const CScopeGuard atExit([link] { link->DecrementReferences(); });
+    link->SetOwnerObject(object.Get());
+    result = object->Load(*this, link, m_pProgress);
     if (!Failed(result)) result = TakeDeferred();
     if (Failed(result)) return result;
     target = object;

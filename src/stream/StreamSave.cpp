@@ -99,11 +99,11 @@ Result CStream::ExtendInfoSize(unsigned int& total, unsigned int& max) const {
     return ListSize(m_vecExtendInfo, total, max);
 }
 
-// Asks every top-level object for what is to be written with it.
+// Asks every top-level object for what is to be written with it. By index, for objects may insert further ones.
 Result CStream::GatherObjects() {
     m_vecOrdered.clear();
     m_mapLink.Clear();
-    for (std::size_t i = 0; i < m_vecObject.size(); ++i) {
+    for (std::size_t i = 0; i < m_vecObject.size(); ++i) {  // NOLINT(modernize-loop-convert)
         Result result = m_vecObject[i]->PrepareSave(*this, 0);
         if (!Failed(result)) result = TakeDeferred();
         if (Failed(result)) return result;
@@ -342,11 +342,11 @@ Result CStream::SaveThumbnail() {
     return Failed(result) || !m_pThumbnail ? result : m_pThumbnail->Save(*this, m_pProgress);
 }
 
-// The count and the objects of a list that has some.
+// The count and the objects of a list that has some. An object may take itself out of the list.
 Result CStream::SaveList(const std::vector<CPointer<CBase>>& list) {
     Result result = StreamWrite(*this, static_cast<std::uint32_t>(CountObjects(list)));
     for (std::size_t i = 0; i < list.size() && !Failed(result); ++i) {
-        const CPointer<CBase> object = list[i];
+        const CPointer<CBase> object = list[i];  // NOLINT(performance-unnecessary-copy-initialization)
         if (object) result = object->Save(*this, m_pProgress);
     }
     return result;

@@ -66,8 +66,8 @@ Result StreamWrite(CIoStream& stream, const std::wstring& text) {
 
     Result result = StreamWrite(stream, static_cast<std::uint32_t>(text.size()));
     for (std::size_t i = 0; i < text.size() && !Failed(result); ++i) {
-        const auto unit = static_cast<std::uint32_t>(text[i]);
-        const unsigned char bytes[2] = {static_cast<unsigned char>(unit), static_cast<unsigned char>(unit >> 8)};
+        unsigned char bytes[sizeof(std::uint16_t)];
+        StoreLittleEndian(bytes, static_cast<std::uint16_t>(text[i]));
         for (const unsigned char& byte : bytes) {  // byte by byte: a settled rule, which buffers that count calls see
             result = stream.WriteOut(&byte, 1);
             if (Failed(result)) break;
