@@ -104,11 +104,7 @@ Result CFileIo::GetSearchDirectory(std::wstring& directory) const {
 Result CFileIo::SetOutputInfo(unsigned long outputSize, unsigned long /*secondSize*/) {
     if (!c_kfSpaceChecker) return kResultOk;
 
-    try {
-        return ResultOf([&] { return c_kfSpaceChecker(filePath, outputSize); });
-    } catch (...) {  // the application's own
-        return kResultFail;
-    }
+    return ResultOf([&] { return c_kfSpaceChecker(filePath, outputSize); });
 }
 
 Result CFileIo::ReadIn(void* destination, unsigned long /*capacity*/, unsigned long count, CProgress* /*progress*/) {

@@ -16,17 +16,19 @@ namespace {
 // No more is read at once than this: the number of bytes that a file claims may be anything.
 constexpr std::size_t kPiece = 0x10000;
 
-// Appends bytes of the stream, as far as they are there.
+// Appends bytes of the stream, as far as they are there. Returns the first code that is not 0.
 Result AppendBytes(CIoStream& stream, std::size_t count, std::string& bytes) {
+    Result first = kResultOk;
     while (count > 0) {
         const std::size_t piece = std::min(count, kPiece);
         const std::size_t before = bytes.size();
         bytes.resize(before + piece);
         const Result result = stream.ReadIn(bytes.data() + before, piece, piece);
         if (Failed(result)) return result;
+        if (first == kResultOk) first = result;
         count -= piece;
     }
-    return kResultOk;
+    return first;
 }
 
 Result ReadBytes(CIoStream& stream, std::string& bytes) {
