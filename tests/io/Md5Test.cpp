@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -57,19 +56,13 @@ TEST(Md5Test, DigestsTheVectors) {
 }
 
 TEST(Md5Test, AnySplitGivesTheSameDigest) {
-    const unsigned int seed = std::random_device()();
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
-    std::mt19937 random(seed);
     const std::vector<unsigned char> message = Message(1000);
-    for (int round = 0; round < 500; ++round) {
+    for (int piece = 1; piece <= 130; ++piece) {
         MD5 md5;
-        const int longest = 1 << random() % 9;
-        for (int at = 0; at < 1000;) {
-            const int length = std::min(static_cast<int>(random() % static_cast<unsigned int>(longest + 1)), 1000 - at);
-            md5.UpdateMd5(reinterpret_cast<const char*>(message.data()) + at, length);
-            at += length;
+        for (int at = 0; at < 1000; at += piece) {
+            md5.UpdateMd5(reinterpret_cast<const char*>(message.data()) + at, std::min(piece, 1000 - at));
         }
-        ASSERT_EQ(Digest(md5), kVectors[std::size(kVectors) - 1].digest) << "pieces of up to " << longest;
+        ASSERT_EQ(Digest(md5), kVectors[std::size(kVectors) - 1].digest) << "pieces of " << piece;
     }
 }
 
@@ -87,7 +80,7 @@ TEST(Md5Test, CountsBitsIn32BitsAndTouchesNoBytesThatAreNotThere) {
         std::uint64_t bits;
     };
     for (const auto& [length, bits] : {Case{0x0FFFFFFF, 0x7FFFFFF8}, Case{0x10000000, 0xFFFFFFFF80000000},
-                                       Case{0x20000001, 8}, Case{-1, 0xFFFFFFFFFFFFFFF8}, Case{0, 0}}) {
+                                       Case{0x20000001, 8}, Case{-1, 0xFFFFFFFFFFFFFFF8}}) {
         MD5 md5;
         md5.UpdateMd5(length > 0 ? nullptr : "x", length);
         EXPECT_EQ(md5.GettotalInputBits(), bits) << length;
