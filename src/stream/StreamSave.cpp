@@ -171,8 +171,10 @@ Result CStream::Save(DataSection section) {
         m_vecOrdered.clear();  // the objects belong to the caller, and may be gone before the next call
         if (m_pProgress != nullptr) m_pProgress->Finish();
     });
-    if (m_pProgress != nullptr) m_pProgress->Report(1.0F);  // at the start: a settled rule
-    return ResultOf([&] { return SaveSections(section); });
+    return ResultOf([&] {
+        if (m_pProgress != nullptr) m_pProgress->Report(1.0F);  // at the start: a settled rule
+        return SaveSections(section);
+    });
 }
 
 bool CStream::HoldsRawData() const {
