@@ -64,5 +64,6 @@ int main(int argc, char** argv) {
     RegisterAllocBench();
     RegisterSequentialBench(isQuick ? kQuickSequentialSize : kSequentialSize);
     RegisterEncodingBench();
+    RegisterContainerBench(isQuick);
     return RunAndCompare(isStrict) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
