@@ -41,7 +41,7 @@ lint:
 	@$(SETUP) build test bench check
 	cmake --preset debug
 	cmake --build build/debug --target kxmmf-locale
-	run-clang-tidy -quiet -p build/debug '/(src|tools|examples|bench|tests)/'
+	run-clang-tidy -quiet -p build/debug '/(src|compressors|tools|examples|bench|tests)/'
 
 # Looks for inputs that fail, FUZZ_SECONDS for each target of tests/fuzz.
 fuzz:

@@ -13,6 +13,8 @@ void RegisterMapBench();
 void RegisterAllocBench();
 void RegisterSequentialBench(std::uint64_t blockSize);
 void RegisterEncodingBench();
+void RegisterMd5Bench();
+void RegisterFileIoBench();
 void RegisterContainerBench(bool isQuick);
 
 // Have the medians of two benchmarks of a run compared: the time of ours / the time of the peer, or its inverse,

@@ -64,6 +64,8 @@ int main(int argc, char** argv) {
     RegisterAllocBench();
     RegisterSequentialBench(isQuick ? kQuickSequentialSize : kSequentialSize);
     RegisterEncodingBench();
+    RegisterMd5Bench();
+    RegisterFileIoBench();
     RegisterContainerBench(isQuick);
     return RunAndCompare(isStrict) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

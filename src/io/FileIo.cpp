@@ -1,8 +1,6 @@
 #include "io/FileIo.h"
 
-#include <fcntl.h>
 #include <sys/types.h>
-#include <unistd.h>
 
 #include <cstddef>
 #include <limits>
@@ -13,6 +11,7 @@
 #include "io/ResultOf.h"
 #include "string/Encoding.h"
 #include "string/Path.h"
+#include "system/File.h"
 #include "system/NarrowPath.h"
 #include "system/System.h"
 
@@ -24,30 +23,17 @@ namespace {
 // even more.
 constexpr std::size_t kPiecesSize = 0x10000;
 
-// fopen for reading, but that a pipe without a writer is not waited for: opening one would never return.
-std::FILE* OpenForReading(const std::string& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor == -1) return nullptr;
-
-    std::FILE* const file = ::fdopen(descriptor, "rb");
-    if (file == nullptr) ::close(descriptor);
-    return file;
-}
-
-void CloseFile(std::FILE*& file) {
-    if (file != nullptr) (void)std::fclose(file);  // Flush is there for who must know
-    file = nullptr;
-}
-
 }  // namespace
 
-Result CFileIo::Take(std::FILE* opened) {
-    file = opened;
+Result CFileIo::Replace(CFile (*opener)(const std::string& narrowPath)) {
+    const std::string narrow = NarrowPath(filePath);
+    file.reset();  // ahead of the new one, which may be the same file and is emptied
+    file = opener(narrow);
     if (file == nullptr) return kResultOpenFailed;
 
     if (pieces == nullptr) pieces.reset(new (std::nothrow) char[kPiecesSize]);
     // Without memory for it the C library helps itself.
-    if (pieces != nullptr) (void)std::setvbuf(file, pieces.get(), _IOFBF, kPiecesSize);
+    if (pieces != nullptr) (void)std::setvbuf(file.get(), pieces.get(), _IOFBF, kPiecesSize);
     return kResultOk;
 }
 
@@ -62,9 +48,7 @@ Result CFileIo::Open(const wchar_t* path) {
         if (Failed(queried)) return queried;
 
         readCount = 0;
-        const std::string narrow = NarrowPath(filePath);
-        CloseFile(file);
-        return Take(OpenForReading(narrow));
+        return Replace(OpenForReading);
     });
 }
 
@@ -74,9 +58,7 @@ Result CFileIo::Save(const wchar_t* path) {
     return ResultOf([&] {
         filePath = path;
         writeCount = 0;
-        const std::string narrow = NarrowPath(filePath);
-        CloseFile(file);  // ahead of the new one, which may be the same file and is emptied
-        return Take(std::fopen(narrow.c_str(), "wb"));
+        return Replace([](const std::string& narrow) { return CFile(std::fopen(narrow.c_str(), "wb")); });
     });
 }
 
@@ -86,19 +68,19 @@ Result CFileIo::Close() {
     size = 0;
     readCount = 0;
     writeCount = 0;
-    CloseFile(file);
+    file.reset();
     return kResultOk;
 }
 
 Result CFileIo::Flush() {
     if (file == nullptr) return kResultInvalidArgument;
-    return std::fflush(file) == 0 && std::ferror(file) == 0 ? kResultOk : kResultIoFailed;
+    return std::fflush(file.get()) == 0 && std::ferror(file.get()) == 0 ? kResultOk : kResultIoFailed;
 }
 
 Result CFileIo::Seek(unsigned long offset, int origin) {
     if (file == nullptr) return kResultInvalidArgument;
     if (offset > static_cast<unsigned long>(std::numeric_limits<off_t>::max())) return kResultIoFailed;
-    return ::fseeko(file, static_cast<off_t>(offset), origin) == 0 ? kResultOk : kResultIoFailed;
+    return ::fseeko(file.get(), static_cast<off_t>(offset), origin) == 0 ? kResultOk : kResultIoFailed;
 }
 
 Result CFileIo::InitFilePosition(unsigned long offset) {
@@ -122,16 +104,12 @@ Result CFileIo::GetSearchDirectory(std::wstring& directory) const {
 Result CFileIo::SetOutputInfo(unsigned long outputSize, unsigned long /*secondSize*/) {
     if (!c_kfSpaceChecker) return kResultOk;
 
-    try {
-        return ResultOf([&] { return c_kfSpaceChecker(filePath, outputSize); });
-    } catch (...) {  // the application's own
-        return kResultFail;
-    }
+    return ResultOf([&] { return c_kfSpaceChecker(filePath, outputSize); });
 }
 
 Result CFileIo::ReadIn(void* destination, unsigned long /*capacity*/, unsigned long count, CProgress* /*progress*/) {
     if (file == nullptr || (destination == nullptr && count > 0)) return kResultInvalidArgument;
-    if (std::fread(destination, 1, count, file) != count) return kResultIoFailed;
+    if (std::fread(destination, 1, count, file.get()) != count) return kResultIoFailed;
 
     readCount += count;
     return kResultOk;
@@ -139,7 +117,7 @@ Result CFileIo::ReadIn(void* destination, unsigned long /*capacity*/, unsigned l
 
 Result CFileIo::WriteOut(const void* source, unsigned long count, CProgress* /*progress*/) {
     if (file == nullptr || (source == nullptr && count > 0)) return kResultInvalidArgument;
-    if (std::fwrite(source, 1, count, file) != count) return kResultIoFailed;
+    if (std::fwrite(source, 1, count, file.get()) != count) return kResultIoFailed;
 
     writeCount += count;
     return kResultOk;

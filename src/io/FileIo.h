@@ -1,12 +1,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <memory>
 #include <string>
 
 #include "io/IoBuffer.h"
+#include "system/File.h"
 
 namespace KX {
 
@@ -66,15 +66,15 @@ public:
     static inline std::function<Result(std::wstring path, unsigned long size)> c_kfSpaceChecker;
 
 private:
-    Result Take(std::FILE* opened);
+    Result Replace(CFile (*opener)(const std::string& narrowPath));
     Result Seek(unsigned long offset, int origin);
 
-    std::FILE* file = nullptr;
     std::uint64_t size = 0;
     std::uint64_t readCount = 0;  // read or skipped
     std::uint64_t writeCount = 0;
     std::wstring filePath;
-    std::unique_ptr<char[]> pieces;  // gathered here on their way from and to the file
+    std::unique_ptr<char[]> pieces;  // gathered here on their way from and to the file,
+    CFile file;                      // which is closed before they go
 };
 
 }  // namespace KX

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "io/ArrayList.h"
 #include "io/IoBuffer.h"
@@ -21,7 +22,7 @@ class CMemoryIoBuffer : public CIoBuffer {
 public:
     CMemoryIoBuffer() = default;
     // With the folder that GetSearchDirectory is to give.
-    explicit CMemoryIoBuffer(const std::wstring& directory) : searchDirectory(directory) {}
+    explicit CMemoryIoBuffer(std::wstring directory) : searchDirectory(std::move(directory)) {}
 
     // Gives the buffer a block of zeros, or lends it one. Reading starts over; the write position stays, so that a
     // buffer is given memory once and used for one pass.

@@ -10,7 +10,8 @@ public:
 
     // A fraction between 0 and 1.
     virtual void Report(float fraction) = 0;
-    // The operation has ended, well or not.
+    // The operation has ended, well or not; the load of a data section tells so as well as the load around it. Must not
+    // throw.
     virtual void Finish() = 0;
 
 protected:

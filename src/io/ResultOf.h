@@ -7,7 +7,8 @@
 
 namespace KX {
 
-// What the work returns, or the code for what it throws when memory is short.
+// What the work returns; where it throws, kResultOutOfMemory if memory was short, kResultFail for what only the
+// application's own functions can throw. Nothing passes: no exception crosses the library's interface.
 template <typename Work>
 Result ResultOf(Work work) {
     try {
@@ -16,6 +17,8 @@ Result ResultOf(Work work) {
         return kResultOutOfMemory;
     } catch (const std::length_error&) {  // what the standard containers throw past their largest size
         return kResultOutOfMemory;
+    } catch (...) {
+        return kResultFail;
     }
 }
 

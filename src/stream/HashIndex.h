@@ -43,7 +43,8 @@ public:
         if (hole == kNowhere) return;
 
         // What follows without a gap may stand where it does only because of the erased one: it moves up.
-        for (std::size_t place = Next(hole); slots[place].value != nullptr; place = Next(place)) {
+        std::size_t place = Next(hole);
+        for (; slots[place].value != nullptr && Distance(hole, place) <= farthest; place = Next(place)) {
             if (Distance(HomeOf(slots[place].key), place) < Distance(hole, place)) continue;
             slots[hole] = slots[place];
             hole = place;

@@ -1,6 +1,12 @@
 #include "stream/ObjectListLog.h"
 
+#include <sys/types.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <charconv>
+#include <cstring>
+#include <new>
 
 #include "io/FileStream.h"
 #include "string/Encoding.h"
@@ -11,81 +17,102 @@ namespace {
 
 // On systems with other separators this is a plain name in the current folder.
 constexpr const wchar_t* kPath = L"C:\\KXLog\\StreamSave_ObjectList.txt";
-// Lines are gathered to pieces of this size: a line per object must cost next to nothing beside its save.
-constexpr std::size_t kPiece = 0x10000;
 
 }  // namespace
 
-CObjectListLog::CObjectListLog(Mode mode) {
-    std::FILE* opened = nullptr;
-    (void)FileOpen(&opened, kPath, mode == Mode::Begin ? L"w" : L"a");
-    file.reset(opened);
+CObjectListLog::~CObjectListLog() {
+    if (!IsOpen()) return;
+
+    Flush();
+    if (!isWholeFile || std::fflush(file.get()) != 0) return;
+    const off_t end = ::ftello(file.get());
+    if (end >= 0 && ::ftruncate(::fileno(file.get()), end) != 0) return;  // no regular file has no rest to cut off
 }
 
-CObjectListLog::~CObjectListLog() {
-    Flush();
+void CObjectListLog::Begin() {
+    filled = 0;
+    isWholeFile = Open(L"r+") || Open(L"w");
+}
+
+void CObjectListLog::Append() {
+    if (!IsOpen()) Open(L"a");
+}
+
+bool CObjectListLog::Open(const wchar_t* mode) {
+    std::FILE* opened = nullptr;
+    (void)FileOpen(&opened, kPath, mode);
+    file.reset(opened);
+    if (file == nullptr) return false;
+    if (piece == nullptr) piece.reset(new (std::nothrow) std::array<char, kPiece>);
+    if (piece == nullptr) file.reset();
+    return file != nullptr;
 }
 
 void CObjectListLog::AddObject(std::size_t index, const CBase& object, unsigned int size) {
     if (!IsOpen()) return;
 
     const CRtti* const rtti = object.GetRtti();
-    pending += '[';
-    AppendNumber(index);
-    pending += "] Rtti:";
-    pending += rtti == nullptr ? "" : rtti->ClassName();
-    pending += " Name:";
-    AppendText(object.GetName());
-    pending += " Size:";
-    AppendNumber(size);
-    EndLine();
+    Put("[");
+    PutNumber(index);
+    Put("] Rtti:");
+    Put(rtti == nullptr ? "" : rtti->ClassName());
+    Put(" Name:");
+    PutText(object.GetName());
+    Put(" Size:");
+    PutNumber(size);
+    Put("\n");
 }
 
 void CObjectListLog::AddVersionSize(unsigned int size) {
     if (!IsOpen()) return;
 
-    pending += "Version Size : ";
-    AppendNumber(size);
-    EndLine();
+    Put("Version Size : ");
+    PutNumber(size);
+    Put("\n");
 }
 
 void CObjectListLog::AddWrittenSize(std::size_t index, unsigned long size) {
     if (!IsOpen()) return;
 
-    pending += '[';
-    AppendNumber(index);
-    pending += "] Size : ";
-    AppendNumber(size);
-    EndLine();
+    Put("[");
+    PutNumber(index);
+    Put("] Size : ");
+    PutNumber(size);
+    Put("\n");
+}
+
+void CObjectListLog::Put(std::string_view text) {
+    while (text.size() > kPiece - filled) {
+        const std::size_t room = kPiece - filled;
+        std::memcpy(piece->data() + filled, text.data(), room);
+        filled = kPiece;
+        text.remove_prefix(room);
+        Flush();
+    }
+    std::memcpy(piece->data() + filled, text.data(), text.size());
+    filled += text.size();
+}
+
+void CObjectListLog::PutNumber(unsigned long number) {
+    constexpr std::size_t kLongest = 20;
+    if (kPiece - filled < kLongest) Flush();
+    char* const start = piece->data() + filled;
+    filled += static_cast<std::size_t>(std::to_chars(start, start + kLongest, number).ptr - start);
 }
 
 // Plain characters are the same in every locale, and need no conversion.
-void CObjectListLog::AppendText(const std::wstring& text) {
-    const std::size_t before = pending.size();
+void CObjectListLog::PutText(const std::wstring& text) {
+    const bool isPlain = std::ranges::all_of(text, [](wchar_t character) { return character > 0 && character < 0x80; });
+    if (!isPlain) return Put(ConvertToString(text, kTextLocale));
     for (const wchar_t character : text) {
-        if (character <= 0 || character >= 0x80) {
-            pending.resize(before);
-            pending += ConvertToString(text, kTextLocale);
-            return;
-        }
-        pending += static_cast<char>(character);
+        const char plain = static_cast<char>(character);
+        Put({&plain, 1});
     }
 }
 
-void CObjectListLog::AppendNumber(unsigned long number) {
-    char digits[20];
-    const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    pending.append(digits, end);
-}
-
-void CObjectListLog::EndLine() {
-    pending += '\n';
-    if (pending.size() >= kPiece) Flush();
-}
-
 void CObjectListLog::Flush() {
-    if (IsOpen()) (void)std::fwrite(pending.data(), 1, pending.size(), file.get());
-    pending.clear();
+    (void)std::fwrite(piece->data(), 1, filled, file.get());
+    filled = 0;
 }
 
 }  // namespace KX

@@ -1,45 +1,55 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
-#include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "stream/Base.h"
+#include "system/File.h"
 
 namespace KX {
 
 // The list of the objects that a save writes, for those who look for a fault: a text file of a fixed name. Where it
 // cannot be opened, nothing is written and nothing is reported.
+//
+// What an earlier save has left is written over in place, and its rest cut off at the end: pages that the system has at
+// hand cost a fifth of fresh ones.
 class CObjectListLog {
 public:
-    enum class Mode { Begin, Append };
-
-    explicit CObjectListLog(Mode mode);
+    CObjectListLog() = default;
     ~CObjectListLog();
 
     CObjectListLog(const CObjectListLog&) = delete;
     CObjectListLog& operator=(const CObjectListLog&) = delete;
 
+    // Starts the file over.
+    void Begin();
+    // Goes on at the end of the file, and with what Begin has opened.
+    void Append();
+
     bool IsOpen() const { return file != nullptr; }
 
-    // These may throw std::bad_alloc.
+    // May throw std::bad_alloc, for a name that has to be converted.
     void AddObject(std::size_t index, const CBase& object, unsigned int size);
     void AddVersionSize(unsigned int size);
     void AddWrittenSize(std::size_t index, unsigned long size);
 
 private:
-    struct CloseFile {
-        void operator()(std::FILE* open) const { (void)std::fclose(open); }
-    };
+    // Lines are gathered to pieces of this size: a line per object must cost next to nothing beside its save.
+    static constexpr std::size_t kPiece = 0x10000;
 
-    void AppendText(const std::wstring& text);
-    void AppendNumber(unsigned long number);
-    void EndLine();
+    bool Open(const wchar_t* mode);
+    void Put(std::string_view text);
+    void PutNumber(unsigned long number);
+    void PutText(const std::wstring& text);
     void Flush();
 
-    std::unique_ptr<std::FILE, CloseFile> file;
-    std::string pending;
+    CFile file;
+    std::unique_ptr<std::array<char, kPiece>> piece;
+    std::size_t filled = 0;
+    bool isWholeFile = false;  // begun here, so that what follows the last line is of an earlier save
 };
 
 }  // namespace KX

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 namespace KX {
 
 // A counted pointer to an object with IncrementReferences and DecrementReferences, which deletes itself when its count
@@ -13,29 +15,22 @@ public:
         if (held != nullptr) held->IncrementReferences();
     }
     CPointer(const CPointer& other) : CPointer(other.held) {}
-    CPointer(CPointer&& other) noexcept : held(other.held) { other.held = nullptr; }
+    CPointer(CPointer&& other) noexcept : held(std::exchange(other.held, nullptr)) {}
     ~CPointer() {
         if (held != nullptr) held->DecrementReferences();
     }
 
-    // The new object is counted before the old one is released: the latter may own the former.
     CPointer& operator=(T* object) {
-        if (object == held) return *this;
-        if (object != nullptr) object->IncrementReferences();
-        T* const old = held;
-        held = object;
-        if (old != nullptr) old->DecrementReferences();
+        Replace(object);
         return *this;
     }
-    CPointer& operator=(
-        const CPointer& other) {  // NOLINT(bugprone-unhandled-self-assignment): the one above handles it
-        return *this = other.held;
+    CPointer& operator=(const CPointer& other) {  // NOLINT(bugprone-unhandled-self-assignment): Replace handles it
+        Replace(other.held);
+        return *this;
     }
     CPointer& operator=(CPointer&& other) noexcept {
         if (this == &other) return *this;
-        T* const old = held;
-        held = other.held;
-        other.held = nullptr;
+        T* const old = std::exchange(held, std::exchange(other.held, nullptr));
         if (old != nullptr) old->DecrementReferences();
         return *this;
     }
@@ -46,6 +41,14 @@ public:
     explicit operator bool() const { return held != nullptr; }
 
 private:
+    // The new object is counted before the old one is released: the latter may own the former.
+    void Replace(T* object) {
+        if (object == held) return;
+        if (object != nullptr) object->IncrementReferences();
+        T* const old = std::exchange(held, object);
+        if (old != nullptr) old->DecrementReferences();
+    }
+
     T* held = nullptr;
 };
 

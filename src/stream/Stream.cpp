@@ -13,10 +13,6 @@ std::function<Result(CStream&)> CStream::m_fnDrmProcessBeforeSave;
 std::function<Result(CStream&)> CStream::m_fnDrmProcessAfterLoad;
 std::wstring CStream::m_strLoadFileLogPath;
 
-CStream::~CStream() {
-    RemoveAll();
-}
-
 Result CStream::SetIoBuffer(CIoBuffer* buffer) {
     m_pIoBuffer = buffer;
     return kResultOk;
@@ -98,14 +94,19 @@ void CStream::Digest(const void* bytes, unsigned long count) {
     m_md5.UpdateMd5(next, static_cast<int>(count));
 }
 
-Result CStream::BeginLoadMD5() {
-    if (!IsDigesting()) return kResultNothingDone;
+Result CStream::RestartDigest() {
+    isCovered = IsDigesting();
+    if (!isCovered) return kResultNothingDone;
     m_md5.Init();
     return kResultOk;
 }
 
+Result CStream::BeginLoadMD5() {
+    return RestartDigest();
+}
+
 Result CStream::BeginSaveMD5() {
-    return BeginLoadMD5();
+    return RestartDigest();
 }
 
 Result CStream::EndSaveMD5() {
@@ -123,6 +124,7 @@ Result CStream::EndLoadMD5() {
     if (!IsDigesting()) return kResultNothingDone;
 
     char stored[Container::kDigestSize];
+    isCovered = false;
     m_bMd5Active = false;
     const Result result = ReadIn(stored, sizeof stored, sizeof stored);
     if (Failed(result)) return result;

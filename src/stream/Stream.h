@@ -17,6 +17,8 @@
 
 namespace KX {
 
+class CObjectListLog;
+
 // Saves a graph of objects into a container and loads it back, whole or by section (docs/container-format.md), through
 // any buffer. At its bottom it is a pipe of bytes that computes a digest of what passes.
 //
@@ -31,8 +33,8 @@ namespace KX {
 //              kResultUnknownClass     a class has no creator, and such objects are not to be skipped
 //              kResultTooNew           the file, or a class in it, is newer than this program
 //              kResultDigestMismatch   the bytes were damaged
-//            What was loaded before a failure stays in the stream. Nothing throws, unless an object or hook does;
-//            std::bad_alloc of theirs becomes kResultOutOfMemory.
+//              kResultFail             an object or a hook has thrown an exception
+//            What was loaded before a failure stays in the stream. Nothing throws.
 // Cost:      membership and links by index: each in constant time for any number of objects; Remove is linear.
 // Threads:   no lock inside; one thread at a time.
 class CStream : public CBaseStream {
@@ -126,8 +128,8 @@ public:
 
     // ---- Load and save ----
 
-    // Replaces what the stream holds, but for thumbnail, drm and extend info that are not asked for. Reads from
-    // where the buffer stands to the end of the container.
+    // Replaces what the stream holds, but for thumbnail, drm and extend info that are not asked for or not there:
+    // set or clear them before a stream is used again. Reads from where the buffer stands to the end of the container.
     Result Load(SkipType skip, DataSection section) override;
     // Writes the sections asked for, the others empty; a raw data section that was loaded as it was. Announces the
     // whole size to the buffer first. Where it ends with a failure, section writers announce nothing until a save
@@ -229,6 +231,7 @@ public:
 private:
     static constexpr std::uint64_t kNoEnd = UINT64_MAX;
 
+    class CLinkScope;
     class CSectionScope;
     class CMemoryScope;
     struct SectionSizes;
@@ -237,6 +240,7 @@ private:
     // The digest takes what passes.
     bool IsDigesting() const { return m_bMd5 && m_bMd5Active; }
     void Digest(const void* bytes, unsigned long count);
+    Result RestartDigest();
     // A failure met by an operation that has no result to tell it by.
     Result TakeDeferred();
 
@@ -246,26 +250,29 @@ private:
     void FreeRawData();
     void FreeCompressed();
 
-    Result Announce(unsigned long size, unsigned long max);
+    template <typename Measure>
+    Result AnnounceSection(Measure measure);
     bool HoldsRawData() const;
     Result CheckBeforeSave(DataSection section) const;
     Result SaveSections(DataSection section);
     Result MeasureSections(DataSection section, SectionSizes& sizes);
     Result MeasureData(SectionSizes& sizes, unsigned int& max);
     Result GatherObjects();
+    unsigned int DigestSize() const;
     Result WriteHead(DataSection section, const SectionSizes& sizes);
-    Result WriteData(const SectionSizes& sizes);
+    Result WriteData(DataSection section, const SectionSizes& sizes);
     Result WriteRecords(unsigned int versionSize);
-    Result SaveObjects();
+    Result SaveObjects(const std::vector<CBase*>& objects);
     template <typename Writer>
-    Result WriteExactly(unsigned int size, Writer writer);
+    Result WriteSection(unsigned int size, bool isAsked, Writer writer);
+    Result WriteRawSection();
     Result SaveList(const std::vector<CPointer<CBase>>& list);
 
     Result LoadSections(SkipType skip, DataSection section);
     Result TakeVersion(std::int64_t version);
     Result LoadPreviews(SkipType skip, DataSection section);
     template <typename Reader>
-    Result ReadExactly(unsigned int length, Reader reader);
+    Result LoadSection(bool isAsked, Reader reader);
     Result ReadClassTable();
     Result LoadDataSection(SkipType skip, DataSection section);
     Result ReadDataVersion();
@@ -282,6 +289,8 @@ private:
     Result SkipRecord(unsigned int size);
     Result SkipExisting(std::uint64_t size);
     bool IsOlderThanData(const CBase& object) const;
+    Result LoadCreated(CBase& object);
+    Result LoadRecord(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total);
     Result LoadList(bool skip, std::vector<CPointer<CBase>>& list);
 
     Result LoadTextHeader();
@@ -317,13 +326,16 @@ private:
     std::uint8_t* m_pCompressed = nullptr;  // by new[]
     std::uint32_t m_nCompressedSize = 0;
 
+    CObjectListLog* objectLog = nullptr;  // of the save that runs
     Result deferred = kResultOk;
+    bool isCovered = false;  // what is read now belongs to a digest
     // Bytes read or skipped, and written: buffers do not all count them.
     std::uint64_t consumed = 0;
     std::uint64_t written = 0;
     std::uint64_t sectionEnd = kNoEnd;  // where `consumed` will be at the end of the section
-    std::uint64_t tableSize = 0;        // of the class table read last,
-    std::uint64_t tableEnd = 0;         // and where it ended
+    // Of the class table read last: one that has just been read belongs to the data section behind it.
+    std::uint64_t tableSize = 0;
+    std::uint64_t tableEnd = 0;
 };
 
 }  // namespace KX

@@ -12,7 +12,7 @@ namespace {
 
 using ObjectList = std::vector<CPointer<CBase>>;
 
-// Pointers are multiples of at least this: what the bits below it could tell is left out.
+// No two objects are nearer than 16 bytes, so that the bits below tell nothing.
 constexpr unsigned int kPointerBits = 4;
 
 std::uint64_t KeyOf(const CBase* object) {
@@ -50,6 +50,15 @@ void ReleaseAll(ObjectList& list) {
 }
 
 }  // namespace
+
+// Objects may ask the stream while they are destroyed: all go while its members are there.
+CStream::~CStream() {
+    CStream::RemoveAll();
+    m_pThumbnail = nullptr;
+    ReleaseAll(m_vecDrm);
+    ReleaseAll(m_vecExtendInfo);
+    const CMissingLinkMap released = std::exchange(m_mapMissingLink, {});
+}
 
 // Thumbnail, drm and extend info
 
@@ -244,11 +253,11 @@ Result CStream::CollectMissingLink(CMissingLinkMap& out) {
     });
 }
 
-// By index, for an object's Link may enter further links.
+// By index, for what an object does here may enter further links.
 Result CStream::LinkEach(CLinkIndex::List& links) {
-    for (std::size_t i = 0; i < links.size(); ++i) {
+    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
         const CPointer<CMemberLink> link = links[i].second;
-        if (link->IsLinked() || link->GetOwner() == nullptr) continue;
+        if (!link || link->IsLinked() || link->GetOwner() == nullptr) continue;
         Result result = link->GetOwner()->Link(*this, link.Get(), 0);
         if (!Failed(result)) result = TakeDeferred();
         if (Failed(result)) return result;
@@ -258,10 +267,11 @@ Result CStream::LinkEach(CLinkIndex::List& links) {
 }
 
 Result CStream::PostLinkEach(CLinkIndex::List& links) {
-    for (std::size_t i = 0; i < links.size(); ++i) {
-        const CPointer<CBase> owner = links[i].second->GetOwner();
-        if (!owner) continue;
-        const Result result = owner->PostLink(*this, 0);
+    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
+        const CPointer<CMemberLink> link = links[i].second;
+        if (!link || link->GetOwner() == nullptr) continue;
+        Result result = link->GetOwner()->PostLink(*this, 0);
+        if (!Failed(result)) result = TakeDeferred();
         if (Failed(result)) return result;
     }
     return kResultOk;

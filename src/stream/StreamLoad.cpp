@@ -93,11 +93,15 @@ Result CStream::TakeVersion(std::int64_t version) {
     return kResultOk;
 }
 
-// Reads a section of known length, which must be exactly as long as that.
+// Reads the length of a section, and the section if it is asked for and not empty: exactly as long as that.
 template <typename Reader>
-Result CStream::ReadExactly(unsigned int length, Reader reader) {
+Result CStream::LoadSection(bool isAsked, Reader reader) {
+    std::uint32_t length = 0;
+    Result result = StreamRead(*this, length);
+    if (Failed(result)) return result;
+    if (!isAsked || length == 0) return Skip(length);
     const CSectionScope scope(*this, consumed + length);
-    const Result result = reader();
+    result = reader(length);
     if (Failed(result)) return result;
     return consumed == sectionEnd ? kResultOk : kResultMalformed;
 }
@@ -106,31 +110,16 @@ Result CStream::ReadExactly(unsigned int length, Reader reader) {
 Result CStream::LoadPreviews(SkipType skip, DataSection section) {
     Result result = m_nFileVersion >= Container::kVersionFlags ? LoadDataVersion() : kResultOk;
     if (Failed(result)) return result;
-
-    std::uint32_t length = 0;
-    result = StreamRead(*this, length);
+    result = LoadSection(HasAny(section, DataSection::Thumbnail),
+                         [&](std::uint32_t) { return LoadThumbnail(HasAny(skip, SkipType::Thumbnail)); });
     if (Failed(result)) return result;
-    result = HasAny(section, DataSection::Thumbnail) && length != 0
-                 ? ReadExactly(length, [&] { return LoadThumbnail(HasAny(skip, SkipType::Thumbnail)); })
-                 : Skip(length);
+    result = LoadSection(HasAny(section, DataSection::Drm),
+                         [&](std::uint32_t) { return LoadDrm(HasAny(skip, SkipType::Drm)); });
     if (Failed(result)) return result;
-
-    result = StreamRead(*this, length);
-    if (Failed(result)) return result;
-    result = HasAny(section, DataSection::Drm) && length != 0
-                 ? ReadExactly(length, [&] { return LoadDrm(HasAny(skip, SkipType::Drm)); })
-                 : Skip(length);
-    if (Failed(result)) return result;
-
-    result = StreamRead(*this, length);
-    if (Failed(result) || length == 0) return result;
-    if (HasAny(section, DataSection::ExtendInfo)) {
-        return ReadExactly(length, [&] { return LoadExtendInfo(HasAny(skip, SkipType::ExtendInfo)); });
-    }
-    if (HasAny(section, DataSection::HQThumbnail)) {
-        return ReadExactly(length, [&] { return LoadHQThumbnailExtendInfo(length); });
-    }
-    return Skip(length);
+    return LoadSection(HasAny(section, DataSection::ExtendInfo | DataSection::HQThumbnail), [&](std::uint32_t length) {
+        if (HasAny(section, DataSection::ExtendInfo)) return LoadExtendInfo(HasAny(skip, SkipType::ExtendInfo));
+        return LoadHQThumbnailExtendInfo(length);
+    });
 }
 
 Result CStream::LoadDataVersion() {

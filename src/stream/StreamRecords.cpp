@@ -1,12 +1,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
-#include <memory>
 #include <new>
 #include <string>
 #include <utility>
 
 #include "io/FileStream.h"
+#include "io/ResultOf.h"
 #include "stream/ContainerFormat.h"
 #include "stream/RecordHead.h"
 #include "stream/ScopeGuard.h"
@@ -14,6 +14,7 @@
 #include "stream/StreamScopes.h"
 #include "stream/StreamText.h"
 #include "string/Encoding.h"
+#include "system/File.h"
 
 // What stands in the sections of a container: objects, alone and in lists.
 namespace KX {
@@ -40,11 +41,7 @@ public:
     }
 
 private:
-    struct CloseFile {
-        void operator()(std::FILE* open) const { (void)std::fclose(open); }
-    };
-
-    std::unique_ptr<std::FILE, CloseFile> file;
+    CFile file;
 };
 
 }  // namespace
@@ -61,10 +58,13 @@ Result CStream::LoadRecordsUntil(std::uint64_t end, bool skip, unsigned int tota
     const CScopeGuard atExit([this] {
         if (m_pProgress != nullptr) m_pProgress->Finish();
     });
-    Result result = LoadRecords(end, skip, total);
-    if (!Failed(result)) result = LinkEach(m_mapLink.InOrder());
-    if (!Failed(result)) result = PostLinkEach(m_mapLink.InOrder());
-    return result;
+    return ResultOf([&] {
+        deferred = kResultOk;
+        Result result = LoadRecords(end, skip, total);
+        if (!Failed(result)) result = LinkEach(m_mapLink.InOrder());
+        if (!Failed(result)) result = PostLinkEach(m_mapLink.InOrder());
+        return result;
+    });
 }
 
 // Each round reads a record's head at least, so that it ends with the section or with the buffer.
@@ -116,11 +116,17 @@ Result CStream::LoadClassName(std::string& name) {
     if (Failed(result)) return result;
     const CRtti* const rtti = CRtti::GetVersionMapIDtoRtti(id);
     if (rtti == nullptr) return kResultMalformed;
-    name = rtti->ClassName();
-    return kResultOk;
+    return ResultOf([&] {
+        name = rtti->ClassName();
+        return kResultOk;
+    });
 }
 
 Result CStream::LoadObject(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total) {
+    return ResultOf([&] { return LoadRecord(target, className, skip, total); });
+}
+
+Result CStream::LoadRecord(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total) {
     std::uint32_t size = 0;
     const bool isSized = m_nFileVersion >= Container::kVersionRecordSize;
     Result result = isSized ? StreamRead(*this, size) : kResultOk;
@@ -142,17 +148,18 @@ Result CStream::LoadObject(CPointer<CBase>& target, const std::string& className
     if (Failed(result)) return result;
     if (!object) return kResultFail;
     if (IsOlderThanData(*object)) return kResultTooNew;
+    result = LoadCreated(*object);
+    if (!Failed(result)) target = object;
+    return result;
+}
 
-    auto* const made = new (std::nothrow) CMemberLink;
-    if (made == nullptr) return kResultOutOfMemory;
-    const CPointer<CMemberLink> link(made);
-    made->DecrementReferences();  // the maker's own
-    made->SetOwnerObject(object.Get());
-    result = object->Load(*this, made, m_pProgress);
-    if (!Failed(result)) result = TakeDeferred();
-    if (Failed(result)) return result;
-    target = object;
-    return kResultOk;
+Result CStream::LoadCreated(CBase& object) {
+    auto* const link = new (std::nothrow) CMemberLink;
+    if (link == nullptr) return kResultOutOfMemory;
+    const CScopeGuard atExit([link] { link->DecrementReferences(); });
+    link->SetOwnerObject(&object);
+    const Result result = object.Load(*this, link, m_pProgress);
+    return Failed(result) ? result : TakeDeferred();
 }
 
 // Whether the data were written by a newer version of the object's class, or of one that it is based on.
@@ -175,10 +182,10 @@ Result CStream::ReadAndDrop(std::uint64_t end) {
     return kResultOk;
 }
 
-// Inside a digest the bytes have to pass through it, or a good file would not load.
+// What a digest covers has to pass through it, or a good file would not load.
 Result CStream::SkipRecord(unsigned int size) {
     if (consumed > sectionEnd || size > sectionEnd - consumed) return kResultMalformed;
-    if (IsDigesting()) return ReadAndDrop(consumed + size);
+    if (IsDigesting() && isCovered) return ReadAndDrop(consumed + size);
     return Skip(size);
 }
 
@@ -194,56 +201,55 @@ Result CStream::SkipExisting(std::uint64_t size) {
 // Sections of single objects and of lists. Links do not cross them.
 
 Result CStream::LoadThumbnail(bool skip) {
-    m_mapLink.Clear();
-    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const CLinkScope scope(m_mapLink);
     std::string className;
     const bool isText = m_nFileVersion < Container::kVersionSections;
     const Result result = isText ? ReadTextThumbnailHead(className) : LoadClassName(className);
     if (result != kResultOk) return result;  // there is none, or it cannot be told
-    const bool isSkippable = skip && m_nFileVersion >= Container::kVersionRecordSize;
-    return LoadObject(m_pThumbnail, className, isSkippable, 0);
+    return LoadObject(m_pThumbnail, className, skip, 0);
 }
 
 // The objects of a list, which grows as they come: their number may be anything. A skipped one leaves null.
 Result CStream::LoadList(bool skip, std::vector<CPointer<CBase>>& list) {
+    if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
     std::uint32_t count = 0;
     if (Failed(StreamRead(*this, count)) || count == 0) return kResultMalformed;
 
-    std::vector<CPointer<CBase>>().swap(list);
-    for (; count > 0; --count) {
+    return ResultOf([&] {
+        std::vector<CPointer<CBase>>().swap(list);
         std::string className;
-        Result result = LoadClassName(className);
-        if (Failed(result)) return result;
-        CPointer<CBase> object;
-        result = LoadObject(object, className, skip, 0);
-        if (Failed(result)) return result;
-        list.push_back(std::move(object));
-    }
-    return kResultOk;
+        for (; count > 0; --count) {
+            Result result = LoadClassName(className);
+            if (Failed(result)) return result;
+            CPointer<CBase> object;
+            result = LoadObject(object, className, skip, 0);
+            if (Failed(result)) return result;
+            list.push_back(std::move(object));
+        }
+        return kResultOk;
+    });
 }
 
 Result CStream::LoadDrm(bool skip) {
     const bool isDigested = m_nFileVersion >= Container::kVersionDataTable;
     if (isDigested) BeginLoadMD5();
-    m_mapLink.Clear();
-    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const CLinkScope scope(m_mapLink);
     const Result result = LoadList(skip, m_vecDrm);
     return Failed(result) || !isDigested ? result : EndLoadMD5();
 }
 
 Result CStream::LoadExtendInfo(bool skip) {
-    m_mapLink.Clear();
-    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const CLinkScope scope(m_mapLink);
     const Result result = m_nFileVersion < Container::kVersionSections ? ReadTextExtendInfoHead() : kResultOk;
     if (result != kResultOk) return result;  // there is none, or it cannot be told
     return LoadList(skip, m_vecExtendInfo);
 }
 
 Result CStream::LoadHQThumbnailExtendInfo(unsigned int length) {
+    if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
     if (m_nFileVersion < Container::kVersionSections) return kResultMalformed;
 
-    m_mapLink.Clear();
-    const CScopeGuard atExit([this] { m_mapLink.Clear(); });
+    const CLinkScope scope(m_mapLink);
     const std::uint64_t end = consumed + length;
     std::uint32_t count = 0;
     if (Failed(StreamRead(*this, count)) || count == 0) return kResultMalformed;
@@ -259,10 +265,12 @@ Result CStream::LoadHQThumbnailExtendInfo(unsigned int length) {
     if (consumed > end) return kResultMalformed;
     result = SkipExisting(end - consumed);
     if (Failed(result)) return result;
-    std::vector<CPointer<CBase>> list(count);
-    list.front() = first;
-    m_vecExtendInfo.swap(list);
-    return kResultOk;
+    return ResultOf([&] {
+        std::vector<CPointer<CBase>> list(count);
+        list.front() = first;
+        m_vecExtendInfo.swap(list);
+        return kResultOk;
+    });
 }
 
 }  // namespace KX

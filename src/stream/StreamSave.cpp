@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <utility>
 
 #include "io/ResultOf.h"
 #include "stream/ContainerFormat.h"
@@ -25,11 +26,11 @@ namespace {
 
 constexpr DataSection kAnyData = DataSection::Data | DataSection::RawData;
 
-// Sections are measured in 32 bits. False: the sum does not fit, and the total is as it was.
-bool AddTo(unsigned int& total, std::uint64_t size) {
-    if (size > std::numeric_limits<unsigned int>::max() - total) return false;
-    total += static_cast<unsigned int>(size);
-    return true;
+// Sections are measured in 32 bits, as the file has them.
+Result SetTotal(unsigned int& total, std::uint64_t sum) {
+    if (sum > std::numeric_limits<unsigned int>::max()) return kResultOutOfBounds;
+    total = static_cast<unsigned int>(sum);
+    return kResultOk;
 }
 
 void Raise(unsigned int& max, std::size_t size) {
@@ -47,21 +48,19 @@ std::size_t CountObjects(const std::vector<CPointer<CBase>>& list) {
     return list.size() - static_cast<std::size_t>(std::ranges::count(list, nullptr, &CPointer<CBase>::Get));
 }
 
-// The count and the objects. kResultNothingDone: there are none.
-Result ListSize(const std::vector<CPointer<CBase>>& list, unsigned int& total, unsigned int& max) {
+// Adds the count and the objects. kResultNothingDone: there are none.
+Result AddList(const std::vector<CPointer<CBase>>& list, std::uint64_t& sum, unsigned int& max) {
     if (CountObjects(list) == 0) return kResultNothingDone;
 
-    unsigned int sum = total;
-    bool fits = AddTo(sum, Container::kLengthSize);
+    sum += Container::kLengthSize;
     Raise(max, Container::kLengthSize);
-    for (const CPointer<CBase>& object : list) {
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const CPointer<CBase> object = list[i];  // NOLINT(performance-unnecessary-copy-initialization)
         if (!object) continue;
         const unsigned int size = object->GetDiskSize();
-        fits = fits && AddTo(sum, size);
+        sum += size;
         Raise(max, size);
     }
-    if (!fits) return kResultOutOfBounds;
-    total = sum;
     return kResultOk;
 }
 
@@ -76,35 +75,44 @@ unsigned int CStream::HeaderSize() const {
 Result CStream::VersionSize(unsigned int& total, unsigned int& max) const {
     const std::size_t entries = CRtti::GetVersionMap().size() * Container::kClassEntrySize;
     if (entries == 0) return kResultNothingDone;
-    if (!AddTo(total, Container::kLengthSize + entries)) return kResultOutOfBounds;
     Raise(max, Container::kLengthSize);
     Raise(max, entries);
-    return kResultOk;
+    return SetTotal(total, std::uint64_t{total} + Container::kLengthSize + entries);
 }
 
 unsigned int CStream::ThumbnailSize() const {
-    return m_pThumbnail ? m_pThumbnail->GetDiskSize() : 0;
+    const CPointer<CBase> thumbnail = m_pThumbnail;
+    return thumbnail ? thumbnail->GetDiskSize() : 0;
 }
 
 Result CStream::DrmSize(unsigned int& total, unsigned int& max) const {
-    unsigned int sum = total;
-    const Result result = ListSize(m_vecDrm, sum, max);
-    if (result != kResultOk) return result;
-    if (!AddTo(sum, m_bMd5 ? Container::kDigestSize : 0)) return kResultOutOfBounds;
-    total = sum;
-    return kResultOk;
+    return ResultOf([&] {
+        std::uint64_t sum = total;
+        const Result result = AddList(m_vecDrm, sum, max);
+        return result == kResultOk ? SetTotal(total, sum + DigestSize()) : result;
+    });
 }
 
 Result CStream::ExtendInfoSize(unsigned int& total, unsigned int& max) const {
-    return ListSize(m_vecExtendInfo, total, max);
+    return ResultOf([&] {
+        std::uint64_t sum = total;
+        const Result result = AddList(m_vecExtendInfo, sum, max);
+        return result == kResultOk ? SetTotal(total, sum) : result;
+    });
 }
 
-// Asks every top-level object for what is to be written with it.
+unsigned int CStream::DigestSize() const {
+    return m_bMd5 ? Container::kDigestSize : 0;
+}
+
+// Asks every top-level object for what is to be written with it. By index, for objects may insert further ones.
 Result CStream::GatherObjects() {
     m_vecOrdered.clear();
     m_mapLink.Clear();
-    for (std::size_t i = 0; i < m_vecObject.size(); ++i) {
-        Result result = m_vecObject[i]->PrepareSave(*this, 0);
+    deferred = kResultOk;
+    for (std::size_t i = 0; i < m_vecObject.size(); ++i) {  // NOLINT(modernize-loop-convert)
+        const CPointer<CBase> object = m_vecObject[i];
+        Result result = object->PrepareSave(*this, 0);
         if (!Failed(result)) result = TakeDeferred();
         if (Failed(result)) return result;
     }
@@ -113,27 +121,25 @@ Result CStream::GatherObjects() {
 
 Result CStream::DataSize(unsigned int& total, unsigned int& max) {
     return ResultOf([&] {
-        const Result result = GatherObjects();
+        Result result = GatherObjects();
         if (Failed(result)) return result;
 
-        unsigned int sum = total;
-        bool fits = AddTo(sum, m_vecObject.size() * sizeof Container::kTopLevelMarker);
+        std::uint64_t sum = total + m_vecObject.size() * sizeof Container::kTopLevelMarker;
         Raise(max, sizeof Container::kTopLevelMarker);
-        CObjectListLog log(CObjectListLog::Mode::Begin);
+        CObjectListLog ownLog;
+        CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
+        log.Begin();
         for (std::size_t i = 0; i < m_vecOrdered.size(); ++i) {
             const unsigned int size = m_vecOrdered[i]->GetDiskSize();
-            fits = fits && AddTo(sum, size);
+            sum += size;
             Raise(max, size);
             log.AddObject(i, *m_vecOrdered[i], size);
         }
         unsigned int versionSize = 0;
-        if (Failed(VersionSize(versionSize, max))) return kResultOutOfBounds;
+        result = VersionSize(versionSize, max);
+        if (Failed(result)) return result;
         log.AddVersionSize(versionSize);
-        fits = fits && AddTo(sum, Container::kLengthSize + std::uint64_t{TableBytes(versionSize)});
-        fits = fits && AddTo(sum, m_bMd5 ? Container::kDigestSize : 0);
-        if (!fits) return kResultOutOfBounds;
-        total = sum;
-        return kResultOk;
+        return SetTotal(total, sum + Container::kLengthSize + TableBytes(versionSize) + DigestSize());
     });
 }
 
@@ -145,22 +151,23 @@ Result CStream::GetDiskUsed(unsigned int& size) {
         if (!Failed(result)) result = DrmSize(sizes.drm, max);
         if (!Failed(result)) result = ExtendInfoSize(sizes.extendInfo, max);
         if (!Failed(result)) result = DataSize(sizes.data, max);
-        m_vecOrdered.clear();  // whoever saves next gathers them anew, and by then they may be gone
+        m_vecOrdered.clear();  // whoever saves gathers them anew, and by then they may be gone
         if (Failed(result)) return result;
 
         constexpr std::size_t kFields = 7 * Container::kLengthSize;  // five lengths and the version of the data
         std::uint64_t sum = kFields + Container::kHeaderSize + TableBytes(sizes.version);
         sum += std::uint64_t{ThumbnailSize()} + sizes.drm + sizes.extendInfo + sizes.data;
-        if (sum > std::numeric_limits<unsigned int>::max()) return kResultOutOfBounds;
-        size = static_cast<unsigned int>(sum);
-        return kResultOk;
+        return SetTotal(size, sum);
     });
 }
 
 // The whole save
 
 Result CStream::Save(DataSection section) {
+    CObjectListLog log;
+    objectLog = &log;
     const CScopeGuard atExit([this] {
+        objectLog = nullptr;
         m_vecOrdered.clear();  // the objects belong to the caller, and may be gone before the next call
         if (m_pProgress != nullptr) m_pProgress->Finish();
     });
@@ -200,7 +207,9 @@ Result CStream::SaveSections(DataSection section) {
     GetHeadStartTime();
     result = WriteHead(section, sizes);
     if (Failed(result)) return result;
-    if (HasAny(section, kAnyData)) result = WriteData(sizes);
+    GetHeadEndTime();
+    GetDataStartTime();
+    result = WriteData(section, sizes);
     if (Failed(result)) return result;
 
     GetDataEndTime();
@@ -246,11 +255,13 @@ Result CStream::MeasureData(SectionSizes& sizes, unsigned int& max) {
     return PrepareCompressData(sizes.data, sizes.version);
 }
 
-// A length stands before the section already: other bytes than announced would make the file unreadable.
+// A length and, if it is asked for, the section. Other bytes than the length says would make the file unreadable.
 template <typename Writer>
-Result CStream::WriteExactly(unsigned int size, Writer writer) {
+Result CStream::WriteSection(unsigned int size, bool isAsked, Writer writer) {
+    Result result = StreamWrite(*this, size);
+    if (Failed(result) || !isAsked) return result;
     const std::uint64_t before = written;
-    const Result result = writer();
+    result = writer();
     if (Failed(result)) return result;
     return written - before == size ? kResultOk : kResultMalformed;
 }
@@ -261,37 +272,32 @@ Result CStream::WriteHead(DataSection section, const SectionSizes& sizes) {
     m_bMd5Active = true;
     result = StreamWrite(*this, sizes.version);
     if (!Failed(result)) result = SaveDataVersion();
-    if (!Failed(result)) result = StreamWrite(*this, sizes.thumbnail);
-    if (!Failed(result) && HasAny(section, DataSection::Thumbnail)) {
-        result = WriteExactly(sizes.thumbnail, [&] { return SaveThumbnail(); });
-    }
-    if (!Failed(result)) result = StreamWrite(*this, sizes.drm);
-    if (!Failed(result) && HasAny(section, DataSection::Drm))
-        result = WriteExactly(sizes.drm, [&] { return SaveDrm(); });
-    if (!Failed(result)) result = StreamWrite(*this, sizes.extendInfo);
-    if (!Failed(result) && HasAny(section, DataSection::ExtendInfo)) {
-        result = WriteExactly(sizes.extendInfo, [&] { return SaveExtendInfo(); });
-    }
     if (Failed(result)) return result;
-
-    GetHeadEndTime();
-    GetDataStartTime();
-    const auto version = static_cast<unsigned int>(HoldsRawData() ? m_nFileVersion : Container::kVersion);
-    result = StreamWrite(*this, version / 100);
-    if (!Failed(result)) result = StreamWrite(*this, version % 100);
-    if (!Failed(result)) result = StreamWrite(*this, sizes.data);
-    return result;
+    result = WriteSection(sizes.thumbnail, HasAny(section, DataSection::Thumbnail), [&] { return SaveThumbnail(); });
+    if (Failed(result)) return result;
+    result = WriteSection(sizes.drm, HasAny(section, DataSection::Drm), [&] { return SaveDrm(); });
+    if (Failed(result)) return result;
+    return WriteSection(sizes.extendInfo, HasAny(section, DataSection::ExtendInfo), [&] { return SaveExtendInfo(); });
 }
 
-Result CStream::WriteData(const SectionSizes& sizes) {
-    // Straight to the buffer: the block ends with a digest of its own.
-    if (HoldsRawData()) return m_pIoBuffer->WriteOut(m_pRawData, m_nRawDataSize, m_pProgress);
-
-    return WriteExactly(sizes.data, [&] {
+Result CStream::WriteData(DataSection section, const SectionSizes& sizes) {
+    const auto version = static_cast<unsigned int>(HoldsRawData() ? m_nFileVersion : Container::kVersion);
+    Result result = StreamWrite(*this, version / 100);
+    if (!Failed(result)) result = StreamWrite(*this, version % 100);
+    if (Failed(result)) return result;
+    return WriteSection(sizes.data, HasAny(section, kAnyData), [&] {
+        if (HoldsRawData()) return WriteRawSection();
         BeginSaveMD5();
-        const Result result = m_bCompress ? SaveCompressData(m_nCompressedSize) : WriteRecords(sizes.version);
+        result = m_bCompress ? SaveCompressData(m_nCompressedSize) : WriteRecords(sizes.version);
         return Failed(result) ? result : EndSaveMD5();
     });
+}
+
+// Straight to the buffer: the block ends with a digest of its own.
+Result CStream::WriteRawSection() {
+    const Result result = m_pIoBuffer->WriteOut(m_pRawData, m_nRawDataSize, m_pProgress);
+    if (!Failed(result)) written += m_nRawDataSize;
+    return result;
 }
 
 // The uncompressed form of the data section, but for its digest.
@@ -303,13 +309,22 @@ Result CStream::WriteRecords(unsigned int versionSize) {
 
 // Single sections
 
-Result CStream::Announce(unsigned long size, unsigned long max) {
+// Unless a save has announced the whole.
+template <typename Measure>
+Result CStream::AnnounceSection(Measure measure) {
     if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
-    return m_bSaving ? kResultOk : m_pIoBuffer->SetOutputInfo(size, max);
+    if (m_bSaving) return kResultOk;
+    unsigned int total = 0;
+    unsigned int max = 0;
+    const Result result = measure(total, max);
+    return Failed(result) ? result : m_pIoBuffer->SetOutputInfo(total, max);
 }
 
 Result CStream::SaveHeader() {
-    Result result = Announce(Container::kHeaderSize, Container::kHeaderSize);
+    Result result = AnnounceSection([](unsigned int& total, unsigned int& max) {
+        total = max = Container::kHeaderSize;
+        return kResultOk;
+    });
     if (!Failed(result)) result = WriteOut(Container::kMagic.data(), Container::kMagic.size());
     if (!Failed(result)) result = StreamWrite(*this, std::uint32_t{Container::kVersion / 100});
     if (!Failed(result)) result = StreamWrite(*this, std::uint32_t{Container::kVersion % 100});
@@ -319,40 +334,50 @@ Result CStream::SaveHeader() {
 }
 
 Result CStream::SaveDataVersion() {
-    unsigned int total = 0;
-    unsigned int max = 0;
-    Result result = VersionSize(total, max);
-    if (!Failed(result)) result = Announce(TableBytes(total), max);
+    Result result = AnnounceSection([this](unsigned int& total, unsigned int& max) {
+        const Result measured = VersionSize(total, max);
+        total = TableBytes(total);
+        return measured;
+    });
     const auto& registry = CRtti::GetVersionMap();
     if (!Failed(result)) result = StreamWrite(*this, static_cast<std::uint32_t>(registry.size()));
+    if (Failed(result)) return result;
     for (const auto& [id, rtti] : registry) {
-        if (!Failed(result)) result = StreamWrite(*this, std::int64_t{id});
-        if (!Failed(result)) result = StreamWrite(*this, rtti == nullptr ? 0U : rtti->Version().Value());
+        unsigned char entry[Container::kClassEntrySize];
+        StoreLittleEndian(entry, std::int64_t{id});
+        StoreLittleEndian(entry + Container::kClassIdSize, rtti == nullptr ? 0U : rtti->Version().Value());
+        result = WriteOut(entry, sizeof entry);
+        if (Failed(result)) return result;
     }
-    return result;
+    return kResultOk;
 }
 
 Result CStream::SaveThumbnail() {
-    const Result result = Announce(ThumbnailSize(), ThumbnailSize());
-    return Failed(result) || !m_pThumbnail ? result : m_pThumbnail->Save(*this, m_pProgress);
+    return ResultOf([&] {
+        const CPointer<CBase> thumbnail = m_pThumbnail;
+        const Result result = AnnounceSection([this](unsigned int& total, unsigned int& max) {
+            total = max = ThumbnailSize();
+            return kResultOk;
+        });
+        return Failed(result) || !thumbnail ? result : thumbnail->Save(*this, m_pProgress);
+    });
 }
 
-// The count and the objects of a list that has some.
+// The count and the objects of a list that has some. An object may take itself out of the list.
 Result CStream::SaveList(const std::vector<CPointer<CBase>>& list) {
-    Result result = StreamWrite(*this, static_cast<std::uint32_t>(CountObjects(list)));
-    for (std::size_t i = 0; i < list.size() && !Failed(result); ++i) {
-        const CPointer<CBase> object = list[i];
-        if (object) result = object->Save(*this, m_pProgress);
-    }
-    return result;
+    return ResultOf([&] {
+        Result result = StreamWrite(*this, static_cast<std::uint32_t>(CountObjects(list)));
+        for (std::size_t i = 0; i < list.size() && !Failed(result); ++i) {
+            const CPointer<CBase> object = list[i];  // NOLINT(performance-unnecessary-copy-initialization)
+            if (object) result = object->Save(*this, m_pProgress);
+        }
+        return result;
+    });
 }
 
 Result CStream::SaveDrm() {
-    unsigned int total = 0;
-    unsigned int max = 0;
-    Result result = DrmSize(total, max);
-    if (!Failed(result)) result = Announce(total, max);
-    if (Failed(result) || total == 0) return result;
+    Result result = AnnounceSection([this](unsigned int& total, unsigned int& max) { return DrmSize(total, max); });
+    if (Failed(result) || CountObjects(m_vecDrm) == 0) return result;
 
     BeginSaveMD5();
     result = SaveList(m_vecDrm);
@@ -360,36 +385,35 @@ Result CStream::SaveDrm() {
 }
 
 Result CStream::SaveExtendInfo() {
-    unsigned int total = 0;
-    unsigned int max = 0;
-    Result result = ExtendInfoSize(total, max);
-    if (!Failed(result)) result = Announce(total, max);
-    return Failed(result) || total == 0 ? result : SaveList(m_vecExtendInfo);
+    const Result result =
+        AnnounceSection([this](unsigned int& total, unsigned int& max) { return ExtendInfoSize(total, max); });
+    return Failed(result) || CountObjects(m_vecExtendInfo) == 0 ? result : SaveList(m_vecExtendInfo);
 }
 
 Result CStream::SaveData() {
-    const CScopeGuard atExit([this] { m_vecOrdered.clear(); });
     return ResultOf([&] {
-        if (!m_bSaving) {
-            unsigned int total = 0;
-            unsigned int max = 0;
-            Result result = DataSize(total, max);
-            if (!Failed(result)) result = Announce(total, max);
-            if (Failed(result)) return result;
-        }
-        return SaveObjects();
+        // A save that failed leaves no objects behind, and a lone writer after it gathers them anew.
+        const bool isLeftover = m_bSaving && objectLog == nullptr && m_vecOrdered.empty();
+        unsigned int leftover = 0;
+        unsigned int largest = 0;
+        Result result = isLeftover ? DataSize(leftover, largest) : kResultOk;
+        if (!Failed(result))
+            result = AnnounceSection([this](unsigned int& size, unsigned int& max) { return DataSize(size, max); });
+        if (Failed(result)) return result;
+        return SaveObjects(std::exchange(m_vecOrdered, {}));
     });
 }
 
-Result CStream::SaveObjects() {
+Result CStream::SaveObjects(const std::vector<CBase*>& objects) {
     if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
 
-    CObjectListLog log(CObjectListLog::Mode::Append);
+    CObjectListLog ownLog;
+    CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
+    log.Append();
     unsigned long before = log.IsOpen() ? m_pIoBuffer->GetWriteSize() : 0;
-    for (std::size_t i = 0; i < m_vecOrdered.size(); ++i) {
-        CBase* const object = m_vecOrdered[i];
-        Result result = IsTopLevel(object) ? StreamWrite(*this, Container::kTopLevelMarker) : kResultOk;
-        if (!Failed(result)) result = object->Save(*this, m_pProgress);
+    for (std::size_t i = 0; i < objects.size(); ++i) {
+        Result result = IsTopLevel(objects[i]) ? StreamWrite(*this, Container::kTopLevelMarker) : kResultOk;
+        if (!Failed(result)) result = objects[i]->Save(*this, m_pProgress);
         if (Failed(result)) return result;
         if (!log.IsOpen()) continue;
         const unsigned long after = m_pIoBuffer->GetWriteSize();
@@ -420,10 +444,7 @@ Result CStream::PrepareCompressData(unsigned int& size, unsigned int versionSize
                             m_nCompressedSize, m_pProgress, m_strName.c_str());
     GetDataCompressEndTime();
     if (m_pCompressed == nullptr) m_nCompressedSize = 0;
-    unsigned int sum = m_nCompressedSize;
-    if (!AddTo(sum, m_bMd5 ? Container::kDigestSize : 0)) return kResultOutOfBounds;
-    size = sum;
-    return kResultOk;
+    return SetTotal(size, std::uint64_t{m_nCompressedSize} + DigestSize());
 }
 
 Result CStream::SaveCompressData(unsigned int /*size*/) {

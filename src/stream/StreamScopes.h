@@ -43,4 +43,17 @@ private:
     const std::uint64_t outerEnd;
 };
 
+// Keeps the links of a section from crossing into others.
+class CStream::CLinkScope {
+public:
+    explicit CLinkScope(CLinkIndex& links) : links(links) { links.Clear(); }
+    ~CLinkScope() { links.Clear(); }
+
+    CLinkScope(const CLinkScope&) = delete;
+    CLinkScope& operator=(const CLinkScope&) = delete;
+
+private:
+    CLinkIndex& links;
+};
+
 }  // namespace KX

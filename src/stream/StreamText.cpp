@@ -16,17 +16,19 @@ namespace {
 // No more is read at once than this: the number of bytes that a file claims may be anything.
 constexpr std::size_t kPiece = 0x10000;
 
-// Appends bytes of the stream, as far as they are there.
+// Appends bytes of the stream, as far as they are there. Returns the first code that is not 0.
 Result AppendBytes(CIoStream& stream, std::size_t count, std::string& bytes) {
+    Result first = kResultOk;
     while (count > 0) {
         const std::size_t piece = std::min(count, kPiece);
         const std::size_t before = bytes.size();
         bytes.resize(before + piece);
         const Result result = stream.ReadIn(bytes.data() + before, piece, piece);
         if (Failed(result)) return result;
+        if (first == kResultOk) first = result;
         count -= piece;
     }
-    return kResultOk;
+    return first;
 }
 
 Result ReadBytes(CIoStream& stream, std::string& bytes) {
@@ -66,8 +68,8 @@ Result StreamWrite(CIoStream& stream, const std::wstring& text) {
 
     Result result = StreamWrite(stream, static_cast<std::uint32_t>(text.size()));
     for (std::size_t i = 0; i < text.size() && !Failed(result); ++i) {
-        const auto unit = static_cast<std::uint32_t>(text[i]);
-        const unsigned char bytes[2] = {static_cast<unsigned char>(unit), static_cast<unsigned char>(unit >> 8)};
+        unsigned char bytes[sizeof(std::uint16_t)];
+        StoreLittleEndian(bytes, static_cast<std::uint16_t>(text[i]));
         for (const unsigned char& byte : bytes) {  // byte by byte: a settled rule, which buffers that count calls see
             result = stream.WriteOut(&byte, 1);
             if (Failed(result)) break;

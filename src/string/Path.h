@@ -49,7 +49,8 @@ std::wstring ChangeSubName(std::wstring path, std::wstring oldText, std::wstring
 std::string ChangeMainName(std::string path, std::string newMain);
 std::wstring ChangeMainName(std::wstring path, std::wstring newMain);
 
-// Whether two paths are the same but for the kind of their separators and the case of their ASCII letters.
+// Whether two paths are the same but for the kind of their separators and the case of their letters: of
+// narrow paths the ASCII ones alone.
 bool IsPathTheSame(const std::string& a, const std::string& b);
 bool IsPathTheSame(const std::wstring& a, const std::wstring& b);
 

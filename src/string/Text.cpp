@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <cwctype>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "string/Encoding.h"
@@ -28,13 +30,29 @@ wchar_t Lower(wchar_t character) {
     return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(character)));
 }
 
+// The C library knows the letters of all scripts only under a locale of characters of several bytes. Where none is in
+// force, this brings one for a scope: the text locale or, on a machine that lacks it, the C library's own.
+class CAllLetters {
+public:
+    CAllLetters() {
+        if (MB_CUR_MAX == 1) text.emplace(kTextLocale);
+        if (MB_CUR_MAX == 1) plain.emplace("C.UTF-8");
+    }
+
+private:
+    std::optional<CLocaleScope> text;
+    std::optional<CLocaleScope> plain;
+};
+
 // Converts each character up to the first NUL under the locale.
 template <typename Text, typename Convert>
 void ConvertInPlace(Text& text, const std::locale& locale, Convert convert) {
     text.resize(Text::traits_type::length(text.c_str()));
     const std::string name = locale.name();
-    std::optional<CLocaleScope> scope;
-    if (name != kUnnamed) scope.emplace(name);
+    std::optional<CLocaleScope> named;
+    if (name != kUnnamed) named.emplace(name);
+    std::optional<CAllLetters> allLetters;
+    if (std::is_same_v<Text, std::wstring>) allLetters.emplace();
     std::ranges::transform(text, text.begin(), convert);
 }
 
@@ -64,12 +82,13 @@ Text Without(Text text, Char character) {
 // Appends piece by piece, so that many occurrences in a long text cost no more than its length.
 template <typename Text>
 Text Replaced(const Text& text, const Text& from, const Text& to, bool firstOnly) {
+    if (from.empty() && !firstOnly) return text;  // it is everywhere, and the search would never end
     Text replaced;
     std::size_t done = 0;
     for (auto found = text.find(from); found != Text::npos; found = text.find(from, done)) {
         replaced.append(text, done, found - done).append(to);
         done = found + from.size();
-        if (firstOnly || from.empty()) break;
+        if (firstOnly) break;
     }
     return replaced.append(text, done);
 }
@@ -163,7 +182,7 @@ std::wstring GetQuoteString(const std::wstring& text) {
 }
 
 std::wstring RemoveNonAlphanumericCharacter(const std::wstring& text) {
-    const CLocaleScope scope(kTextLocale);
+    const CAllLetters scope;
     std::wstring kept = text;
     std::ranges::replace_if(
         kept, [](wchar_t character) { return !IsIdentifierCharacter(character); }, L'_');

@@ -9,7 +9,8 @@ namespace KX {
 // otherwise, takes no lock, and throws nothing but std::bad_alloc. Any thread.
 
 // The text in upper or lower case, character by character by the C library's rules for the locale; cut at its first
-// NUL. A locale without a name leaves it to the locale in force.
+// NUL. A locale without a name leaves it to the locale in force. Wide letters of all scripts have a case, also where
+// the locale is the classic one; of narrow text under that locale only the ASCII letters have.
 std::string MakeStringUpper(std::string text, const std::locale& locale);
 std::wstring MakeStringUpper(std::wstring text, const std::locale& locale);
 std::string MakeStringLower(std::string text, const std::locale& locale);
@@ -24,7 +25,7 @@ std::string RemoveSpecificChar(std::string text, char character);
 std::wstring RemoveSpecificChar(std::wstring text, wchar_t character);
 
 // The text with `to` in place of the first occurrence of `from`, or of all from left to right; what was put in is
-// not searched again. An empty `from` is found once, at the start.
+// not searched again. An empty `from` is found at the start, if the first alone is wanted; else nothing changes.
 std::string ReplaceString(const std::string& text, const std::string& from, const std::string& to, bool firstOnly);
 std::wstring ReplaceString(const std::wstring& text, const std::wstring& from, const std::wstring& to, bool firstOnly);
 

@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -16,27 +14,16 @@
 #include "io/Buffer.h"
 #include "io/ResultOf.h"
 #include "string/Path.h"
+#include "system/File.h"
 #include "system/NarrowPath.h"
 #include "system/System.h"
 
 namespace KX {
 namespace {
 
-using File = std::unique_ptr<std::FILE, decltype([](std::FILE* file) { (void)std::fclose(file); })>;
-
-// fopen for reading, but that a pipe without a writer is not waited for: opening one would never return.
-File OpenForReading(const std::wstring& path) {
-    const int descriptor = ::open(NarrowPath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0) return nullptr;
-
-    File file(::fdopen(descriptor, "rb"));
-    if (file == nullptr) ::close(descriptor);
-    return file;
-}
-
 // Reads the file from its start; fewer bytes than asked for fail.
 Result ReadWhole(const std::wstring& path, char* data, unsigned long size) {
-    const File file = OpenForReading(path);
+    const CFile file = OpenForReading(NarrowPath(path));
     if (file == nullptr) return kResultOpenFailed;
     return size == 0 || std::fread(data, 1, size, file.get()) == size ? kResultOk : kResultOpenFailed;
 }
@@ -74,7 +61,7 @@ Result CSystem::IsDirectory(std::wstring path, bool& isDir) {
     });
 }
 
-bool CSystem::isDirectory(char* path) {
+bool CSystem::isDirectory(char* path) {  // NOLINT(readability-non-const-parameter): the settled interface
     struct stat status {};
     if (::stat(path == nullptr ? "" : path, &status) == 0) return S_ISDIR(status.st_mode);
 
@@ -101,7 +88,7 @@ Result CSystem::GetFileSize(const std::wstring& path, unsigned long& size) {
 }
 
 long long CSystem::GetFileModifiedTime(std::wstring path) {
-    const File file = OpenForReading(path);
+    const CFile file = OpenForReading(NarrowPath(path));
     struct stat status {};
     if (file == nullptr || ::fstat(::fileno(file.get()), &status) != 0) return -1;
     return status.st_mtime;

@@ -46,6 +46,11 @@ void* __wrap_malloc(std::size_t size);   // NOLINT
 void* __wrap_malloc(std::size_t size) {  // NOLINT
     return IsRefused(size) ? nullptr : __real_malloc(size);
 }
+void* __real_calloc(std::size_t count, std::size_t size);   // NOLINT
+void* __wrap_calloc(std::size_t count, std::size_t size);   // NOLINT
+void* __wrap_calloc(std::size_t count, std::size_t size) {  // NOLINT
+    return IsRefused(count * size) ? nullptr : __real_calloc(count, size);
+}
 }
 #else
 namespace {

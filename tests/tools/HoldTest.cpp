@@ -1,14 +1,11 @@
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <map>
-#include <nlohmann/json.hpp>
 
-#include "support/TempFolder.h"
+#include "support/ProgramTest.h"
 
 namespace {
 
@@ -18,14 +15,7 @@ using Json = nlohmann::json;
 constexpr std::uintmax_t kSlot = 0x10000;
 constexpr std::uintmax_t kWindow = 0x1000000;
 constexpr std::uintmax_t kLargestShared = 0x4000000;
-// Without the tests' own locale: the C library loses some bytes when it finds one by LOCPATH, and sanitizers tell.
-const std::string kProgram = "unset LOCPATH; " KXSTORE_PROGRAM " ";
 const std::string kHold = kProgram + "hold --json ";
-
-std::string TextOf(const char* name) {
-    std::ifstream file(name);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 // A sparse file with a mark at its end and on both sides of the windows' borders.
 void Make(const fs::path& path, std::uintmax_t size, char mark) {
@@ -38,26 +28,15 @@ void Make(const fs::path& path, std::uintmax_t size, char mark) {
     ASSERT_TRUE(file.flush());
 }
 
-class HoldTest : public TempFolderTest {
+class HoldTest : public ProgramTest {
 protected:
     HoldTest() { Make("KXTmp/stray", 1, 'x'); }  // as other programs leave it in the stores' usual folder
     ~HoldTest() override {
         for (const std::string& name : NamesIn(folder)) EXPECT_FALSE(name.starts_with("kxstore-")) << name;
     }
 
-    int Shell(const std::string& command) {
-        const int status = std::system(command.c_str());
-        out = TextOf("out");
-        err = TextOf("err");
-        report = Json::parse(out, nullptr, false);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
     int Hold(const std::string& arguments) { return Shell(kHold + arguments + " >out 2>err"); }
     bool Tells(const std::string& text) const { return err.find(text) != std::string::npos; }
-
-    std::string out;
-    std::string err;
-    Json report;
 };
 
 TEST_F(HoldTest, HoldsEveryFileBelowAFolderInTheKindOfBlockThatItsSizeAsksFor) {

@@ -3,15 +3,13 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <span>
 #include <stdexcept>
-#include <system_error>
 
 #include "HoldReport.h"
+#include "Output.h"
 #include "SourceFiles.h"
 #include "Stores.h"
 #include "mmf/Mmf.h"
@@ -208,11 +206,6 @@ void HoldAll(const HoldOptions& options, std::span<const SourceFile> files, CHol
         for (const SourceFile& file : files) job.Hold(file.path, {&file, 1});
     }
     job.Release();
-}
-
-void Print(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
-    throw std::system_error(errno, std::generic_category(), "the report cannot be written");
 }
 
 }  // namespace

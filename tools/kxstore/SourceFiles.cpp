@@ -86,6 +86,10 @@ std::uint64_t CSourceReader::Size() const {
     return static_cast<std::uint64_t>(status.st_size);
 }
 
+void CSourceReader::MoveTo(std::uint64_t offset) const {
+    if (::lseek(descriptor, static_cast<off_t>(offset), SEEK_SET) == -1) ThrowErrno(errno);
+}
+
 std::size_t CSourceReader::Read(std::span<unsigned char> room) const {
     for (;;) {
         ThrowIfStopped();

@@ -22,7 +22,7 @@ using Complain = std::function<void(const std::string& path, const std::string& 
 // Throws Stopped.
 std::vector<SourceFile> FindSourceFiles(const std::vector<std::string>& paths, const Complain& complain);
 
-// Reads one source file from start to end. Throws std::runtime_error on every failure, and Stopped.
+// Reads one source file, from its start unless it is moved. Throws std::runtime_error on every failure, and Stopped.
 class CSourceReader {
 public:
     // Opens the file, which must be a regular one.
@@ -33,6 +33,9 @@ public:
     CSourceReader& operator=(const CSourceReader&) = delete;
 
     std::uint64_t Size() const;
+
+    // Where the next Read starts.
+    void MoveTo(std::uint64_t offset) const;
 
     // Reads the next bytes, as many as there is room for or fewer; 0 at the end of the file alone.
     std::size_t Read(std::span<unsigned char> room) const;

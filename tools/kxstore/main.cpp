@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Hold.h"
+#include "Inspect.h"
 #include "Progress.h"
 #include "Signals.h"
 #include "Stores.h"
@@ -63,6 +64,14 @@ void AddHold(CLI::App& program, KxStore::HoldOptions& options) {
         ->transform(CLI::Validator(RefuseWrapping, "SIZE"));  // comes first
 }
 
+CLI::App* AddInspect(CLI::App& program, KxStore::InspectOptions& options) {
+    CLI::App* const inspect = program.add_subcommand(
+        "inspect", "Tell what the container of an object stream holds, and at which offsets it is damaged");
+    inspect->add_option("FILE", options.path, "The container")->required();
+    inspect->add_flag("--json", options.isJson, "Report in JSON");
+    return inspect;
+}
+
 int ExitFor(const CLI::App& program, const CLI::ParseError& error) {
     const int status = program.exit(error);
     std::cout.flush();
@@ -70,15 +79,18 @@ int ExitFor(const CLI::App& program, const CLI::ParseError& error) {
 }
 
 int Run(int argc, char** argv, KxStore::CProgress& progress) {
-    CLI::App program("Puts the block stores to work on real files", "kxstore");
+    CLI::App program("Puts the block stores to work on real files, and looks into files of object streams", "kxstore");
     program.require_subcommand(1);
     KxStore::HoldOptions holdOptions;
     AddHold(program, holdOptions);
+    KxStore::InspectOptions inspectOptions;
+    const CLI::App* const inspect = AddInspect(program, inspectOptions);
     try {
         program.parse(Arguments(argc, argv));
     } catch (const CLI::ParseError& error) {
         return ExitFor(program, error);
     }
+    if (*inspect) return KxStore::Inspect(inspectOptions);
     return KxStore::Hold(holdOptions, progress);
 }
 
