@@ -15,6 +15,7 @@ void RegisterSequentialBench(std::uint64_t blockSize);
 void RegisterEncodingBench();
 void RegisterMd5Bench();
 void RegisterFileIoBench();
+void RegisterContainerBench(bool isQuick);
 
 // Have the medians of two benchmarks of a run compared: the time of ours / the time of the peer, or its inverse,
 // the speed. Without a limit the peer is there for information.

@@ -66,5 +66,6 @@ int main(int argc, char** argv) {
     RegisterEncodingBench();
     RegisterMd5Bench();
     RegisterFileIoBench();
+    RegisterContainerBench(isQuick);
     return RunAndCompare(isStrict) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -8,7 +8,7 @@ debian_packages() {
     case $1 in
         build) echo "g++ cmake ninja-build libcli11-dev libfmt-dev nlohmann-json3-dev liblzma-dev libc-bin locales" ;;
         test) echo "libgtest-dev libgmock-dev" ;;
-        bench) echo "libbenchmark-dev libboost-dev libfmt-dev libssl-dev" ;;
+        bench) echo "libbenchmark-dev libboost-dev libboost-serialization-dev libcereal-dev libfmt-dev libssl-dev" ;;
         check) echo "clang clang-format clang-tidy libclang-rt-dev" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
     esac
@@ -18,7 +18,7 @@ homebrew_packages() {
     case $1 in
         build) echo "cmake ninja cli11 fmt nlohmann-json xz" ;;
         test) echo "googletest" ;;
-        bench) echo "google-benchmark boost openssl" ;;
+        bench) echo "google-benchmark boost cereal openssl" ;;
         check) echo "llvm clang-format" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
     esac
