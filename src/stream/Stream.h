@@ -235,6 +235,7 @@ private:
     class CSectionScope;
     class CMemoryScope;
     struct SectionSizes;
+    struct ClassEntry;
     struct RecordHead;
 
     // The digest takes what passes.
@@ -284,13 +285,15 @@ private:
     Result LoadRecordsUntil(std::uint64_t end, bool skip, unsigned int total);
     Result LoadRecords(std::uint64_t end, bool skip, unsigned int total);
     Result ReadRecordHead(bool skip, RecordHead& head);
-    Result FindClass(long long id, bool skip, RecordHead& head);
+    Result FindClass(long long id, bool skip, RecordHead& head) const;
+    Result ReadRecordSize(std::uint32_t& size);
     Result ReadAndDrop(std::uint64_t end);
     Result SkipRecord(unsigned int size);
     Result SkipExisting(std::uint64_t size);
-    bool IsOlderThanData(const CBase& object) const;
     Result LoadCreated(CBase& object);
-    Result LoadRecord(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total);
+    bool IsOlderThanData(const CBase& object, ClassEntry& entry) const;
+    Result LoadRecord(CPointer<CBase>& target, ClassEntry& entry, std::uint32_t size, bool skip);
+    void ReportRecord(std::uint32_t size, unsigned int total) const;
     Result LoadList(bool skip, std::vector<CPointer<CBase>>& list);
 
     Result LoadTextHeader();
@@ -302,6 +305,7 @@ private:
     CProgress* m_pProgress = nullptr;
     int m_nFileVersion = Container::kVersion;
     std::map<const CRtti*, CVersion> m_mapVersion;
+    std::uint64_t versionChanges = 0;  // to m_mapVersion, so that what was concluded from it can be told to be stale
     CPointer<CBase> m_pThumbnail;
     std::vector<CPointer<CBase>> m_vecDrm;
     std::vector<CPointer<CBase>> m_vecExtendInfo;

@@ -189,6 +189,7 @@ CVersion CStream::Version(const CRtti* rtti) const {
 
 Result CStream::AddVersion(const CRtti* rtti, CVersion version) {
     return ResultOf([&] {
+        ++versionChanges;
         m_mapVersion.insert_or_assign(rtti, version);
         return kResultOk;
     });
@@ -199,6 +200,7 @@ bool CStream::HasVersion(const CRtti* rtti) const {
 }
 
 void CStream::ClearVersion() {
+    ++versionChanges;
     m_mapVersion.clear();
 }
 

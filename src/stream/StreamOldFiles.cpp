@@ -61,12 +61,15 @@ Result CStream::ReadTextExtendInfoHead() {
 
 // A record of the root is marked by a name of its own, before the name of its class.
 Result CStream::ReadTextRecordHead(RecordHead& head) {
-    Result result = StreamRead(*this, head.className);
+    ClassEntry& entry = *head.current;
+    Result result = StreamRead(*this, entry.name);
     if (Failed(result)) return result;
-    head.isTopLevel = head.className == Container::kRootName || head.className == Container::kOldRootName;
-    if (head.isTopLevel) result = StreamRead(*this, head.className);
+    head.isTopLevel = entry.name == Container::kRootName || entry.name == Container::kOldRootName;
+    if (head.isTopLevel) result = StreamRead(*this, entry.name);
     if (Failed(result)) return result;
-    return head.className.empty() ? kResultMalformed : kResultOk;
+    if (entry.name.empty()) return kResultMalformed;
+    entry.create = CBase::GetFactoryFunction(entry.name);
+    return ReadRecordSize(head.size);
 }
 
 }  // namespace KX

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <new>
 #include <string>
 #include <utility>
@@ -76,36 +77,54 @@ Result CStream::LoadRecords(std::uint64_t end, bool skip, unsigned int total) {
         const std::uint64_t before = consumed;
         Result result = ReadRecordHead(skip, head);
         if (Failed(result)) return result;
+        ReportRecord(head.size, total);
         CPointer<CBase> object;
-        result = LoadObject(object, head.className, skip, total);
+        result = LoadRecord(object, *head.current, head.size, skip);
         if (Failed(result)) return result;
         if (!object) continue;
-        log.Add(head.className, *object, consumed - before);
+        log.Add(head.current->name, *object, consumed - before);
         if (head.isTopLevel) result = Insert(object.Get());
         if (Failed(result)) return result;
     }
     return consumed <= end ? kResultOk : kResultMalformed;
 }
 
+// Class and size at once: that there may be a marker before them shows in the first 8 bytes.
 Result CStream::ReadRecordHead(bool skip, RecordHead& head) {
     if (m_nFileVersion < Container::kVersionFlags) return ReadTextRecordHead(head);
 
-    std::int64_t id = 0;
-    Result result = StreamRead(*this, id);
+    constexpr std::size_t kHeadSize = Container::kClassIdSize + Container::kLengthSize;
+    unsigned char bytes[sizeof Container::kTopLevelMarker + kHeadSize];
+    Result result = ReadIn(bytes, kHeadSize, kHeadSize);
     if (Failed(result)) return result;
-    head.isTopLevel = id == Container::kTopLevelMarker;
-    if (head.isTopLevel) result = StreamRead(*this, id);
-    return Failed(result) ? result : FindClass(id, skip, head);
+    const unsigned char* from = bytes;
+    head.isTopLevel = LoadLittleEndian<std::int64_t>(bytes) == Container::kTopLevelMarker;
+    if (head.isTopLevel) {
+        from += sizeof Container::kTopLevelMarker;
+        result = ReadIn(bytes + kHeadSize, sizeof Container::kTopLevelMarker, sizeof Container::kTopLevelMarker);
+        if (Failed(result)) return result;
+    }
+    head.size = LoadLittleEndian<std::uint32_t>(from + Container::kClassIdSize);
+    return FindClass(LoadLittleEndian<std::int64_t>(from), skip, head);
 }
 
-Result CStream::FindClass(long long id, bool skip, RecordHead& head) {
-    if (id == head.id && !head.className.empty()) return kResultOk;
+Result CStream::FindClass(long long id, bool skip, RecordHead& head) const {
+    ClassEntry& entry = head.EntryOf(id);
+    head.current = &entry;
+    if (entry.isSet && entry.id == id) return kResultOk;
 
     const CRtti* const rtti = CRtti::GetVersionMapIDtoRtti(id);
     if (rtti == nullptr && !skip) return kResultMalformed;
-    head.id = id;
-    head.className = rtti == nullptr ? kUnknownClass : rtti->ClassName();
+    entry = {};
+    entry.id = id;
+    entry.name = rtti == nullptr ? kUnknownClass : rtti->ClassName();
+    entry.create = CBase::GetFactoryFunction(entry.name);
+    entry.isSet = true;
     return kResultOk;
+}
+
+Result CStream::ReadRecordSize(std::uint32_t& size) {
+    return m_nFileVersion >= Container::kVersionRecordSize ? StreamRead(*this, size) : kResultOk;
 }
 
 Result CStream::LoadClassName(std::string& name) {
@@ -123,51 +142,60 @@ Result CStream::LoadClassName(std::string& name) {
 }
 
 Result CStream::LoadObject(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total) {
-    return ResultOf([&] { return LoadRecord(target, className, skip, total); });
+    return ResultOf([&] {
+        std::uint32_t size = 0;
+        const Result result = ReadRecordSize(size);
+        if (Failed(result)) return result;
+        ReportRecord(size, total);
+        ClassEntry entry;
+        entry.create = CBase::GetFactoryFunction(className);
+        return LoadRecord(target, entry, size, skip);
+    });
 }
 
-Result CStream::LoadRecord(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total) {
-    std::uint32_t size = 0;
-    const bool isSized = m_nFileVersion >= Container::kVersionRecordSize;
-    Result result = isSized ? StreamRead(*this, size) : kResultOk;
-    if (Failed(result)) return result;
-    if (m_pProgress != nullptr) {
-        const float fraction = total == 0 ? 1e-7F : static_cast<float>(size) / static_cast<float>(total);
-        m_pProgress->Report(std::min(fraction, 1.0F));
-    }
+void CStream::ReportRecord(std::uint32_t size, unsigned int total) const {
+    if (m_pProgress == nullptr) return;
+    const float fraction = total == 0 ? 1e-7F : static_cast<float>(size) / static_cast<float>(total);
+    m_pProgress->Report(std::min(fraction, 1.0F));
+}
 
-    const CBase::CreateFunction create = CBase::GetFactoryFunction(className);
-    if (create == nullptr) {
-        if (!isSized || !skip) return kResultUnknownClass;
-        result = SkipRecord(size);
-        if (!Failed(result)) target = nullptr;
-        return result;
+// The rest of a record, behind its size.
+Result CStream::LoadRecord(CPointer<CBase>& target, ClassEntry& entry, std::uint32_t size, bool skip) {
+    if (entry.create == nullptr) {
+        if (!skip || m_nFileVersion < Container::kVersionRecordSize) return kResultUnknownClass;
+        const Result skipped = SkipRecord(size);
+        if (!Failed(skipped)) target = nullptr;
+        return skipped;
     }
     CPointer<CBase> object;
-    result = create(object);
+    Result result = entry.create(object);
     if (Failed(result)) return result;
     if (!object) return kResultFail;
-    if (IsOlderThanData(*object)) return kResultTooNew;
+    if (IsOlderThanData(*object, entry)) return kResultTooNew;
     result = LoadCreated(*object);
-    if (!Failed(result)) target = object;
+    if (!Failed(result)) target = std::move(object);
     return result;
 }
 
 Result CStream::LoadCreated(CBase& object) {
-    auto* const link = new (std::nothrow) CMemberLink;
+    const auto giveUp = [](CMemberLink* link) { link->DecrementReferences(); };
+    const std::unique_ptr<CMemberLink, decltype(giveUp)> link(new (std::nothrow) CMemberLink);
     if (link == nullptr) return kResultOutOfMemory;
-    const CScopeGuard atExit([link] { link->DecrementReferences(); });
     link->SetOwnerObject(&object);
-    const Result result = object.Load(*this, link, m_pProgress);
+    const Result result = object.Load(*this, link.get(), m_pProgress);
     return Failed(result) ? result : TakeDeferred();
 }
 
 // Whether the data were written by a newer version of the object's class, or of one that it is based on.
-bool CStream::IsOlderThanData(const CBase& object) const {
-    for (const CRtti* rtti = object.GetRtti(); rtti != nullptr; rtti = rtti->Base()) {
-        const auto found = m_mapVersion.find(rtti);
-        if (found != m_mapVersion.end() && rtti->Version().Value() < found->second.Value()) return true;
+bool CStream::IsOlderThanData(const CBase& object, ClassEntry& entry) const {
+    const CRtti* const own = object.GetRtti();
+    if (own == entry.checked && entry.checkedAt == versionChanges) return false;
+
+    for (const CRtti* rtti = own; rtti != nullptr; rtti = rtti->Base()) {
+        if (HasVersion(rtti) && rtti->Version().Value() < Version(rtti).Value()) return true;
     }
+    entry.checked = own;
+    entry.checkedAt = versionChanges;
     return false;
 }
 
