@@ -1,5 +1,7 @@
 // Saves a scene of 100,000 objects as a container, loads it back and compares every field, or lists what stands before
 // the objects without loading them. Without arguments: all of it in a temporary folder.
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <clocale>
@@ -9,6 +11,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "LzmaCompressor.h"
@@ -91,6 +94,15 @@ std::wstring WidePath(const std::string& file) {
     return path;
 }
 
+// An empty file of a new name in the folder of another one.
+std::string MakeFileBeside(const std::string& file) {
+    std::string name = file + ".XXXXXX";
+    const int descriptor = ::mkstemp(name.data());
+    Demand(descriptor != -1, "cannot make a file beside " + file);
+    ::close(descriptor);
+    return name;
+}
+
 // Into a new file, which then takes the place of an older one: when saving fails, that one stays.
 void SaveFile(CNode& top, const std::string& file, bool isCompressed) {
     // Nor does it take the place of a folder or a device.
@@ -105,12 +117,17 @@ void SaveFile(CNode& top, const std::string& file, bool isCompressed) {
     Check(stream.AddDrm(new CNote(L"Licence", kLicence)), "cannot add the licence");
     Check(stream.AddExtendInfo(new CNote(L"Author", kAuthor)), "cannot add the author");
 
-    const std::string newFile = file + ".new";
+    const std::string newFile = MakeFileBeside(file);
     KX::Result result = KX::SaveFileStream(stream, WidePath(newFile).c_str(), kPreviews | DataSection::Data, nullptr);
     if (!KX::Failed(result)) result = compressor->GetCompressResult();  // of which the stream does not tell
-    if (KX::Failed(result)) std::filesystem::remove(newFile);
+    if (std::filesystem::exists(file)) {
+        std::filesystem::permissions(newFile, std::filesystem::status(file).permissions());
+    }
+    std::error_code notReplaced;
+    if (!KX::Failed(result)) std::filesystem::rename(newFile, file, notReplaced);
+    if (KX::Failed(result) || notReplaced) std::filesystem::remove(newFile);
     Check(result, "cannot save " + file);
-    std::filesystem::rename(newFile, file);
+    Demand(!notReplaced, "cannot replace " + file);
 }
 
 // The sections that are not asked for are skipped, not read.

@@ -1,6 +1,7 @@
 #include "stream/ObjectListLog.h"
 
-#include <sys/types.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include <cstring>
 #include <new>
 
-#include "io/FileStream.h"
 #include "string/Encoding.h"
 
 namespace KX {
@@ -16,7 +16,7 @@ namespace KX {
 namespace {
 
 // On systems with other separators this is a plain name in the current folder.
-constexpr const wchar_t* kPath = L"C:\\KXLog\\StreamSave_ObjectList.txt";
+constexpr const char* kPath = "C:\\KXLog\\StreamSave_ObjectList.txt";
 
 }  // namespace
 
@@ -26,26 +26,30 @@ CObjectListLog::~CObjectListLog() {
     Flush();
     if (!isWholeFile || std::fflush(file.get()) != 0) return;
     const off_t end = ::ftello(file.get());
-    if (end >= 0 && ::ftruncate(::fileno(file.get()), end) != 0) return;  // no regular file has no rest to cut off
+    if (end >= 0) (void)!::ftruncate(::fileno(file.get()), end);  // where it fails, an old rest is left to be read
 }
 
 void CObjectListLog::Begin() {
     filled = 0;
-    isWholeFile = Open(L"r+") || Open(L"w");
+    Open(O_WRONLY | O_CREAT);
+    isWholeFile = IsOpen();
 }
 
 void CObjectListLog::Append() {
-    if (!IsOpen()) Open(L"a");
+    if (!IsOpen()) Open(O_WRONLY | O_CREAT | O_APPEND);
 }
 
-bool CObjectListLog::Open(const wchar_t* mode) {
-    std::FILE* opened = nullptr;
-    (void)FileOpen(&opened, kPath, mode);
-    file.reset(opened);
-    if (file == nullptr) return false;
+// The name can be foreseen: a link in its place would have another file overwritten, and a pipe would be waited for.
+void CObjectListLog::Open(int flags) {
+    constexpr mode_t kMode = 0666;  // as fopen has it
+    file.reset();
+    const int descriptor = ::open(kPath, flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, kMode);
+    struct stat status {};
+    const bool isRegular = descriptor != -1 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (isRegular) file.reset(::fdopen(descriptor, (flags & O_APPEND) != 0 ? "a" : "w"));
+    if (file == nullptr && descriptor != -1) ::close(descriptor);
     if (piece == nullptr) piece.reset(new (std::nothrow) std::array<char, kPiece>);
     if (piece == nullptr) file.reset();
-    return file != nullptr;
 }
 
 void CObjectListLog::AddObject(std::size_t index, const CBase& object, unsigned int size) {

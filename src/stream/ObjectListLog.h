@@ -40,7 +40,7 @@ private:
     // Lines are gathered to pieces of this size: a line per object must cost next to nothing beside its save.
     static constexpr std::size_t kPiece = 0x10000;
 
-    bool Open(const wchar_t* mode);
+    void Open(int flags);
     void Put(std::string_view text);
     void PutNumber(unsigned long number);
     void PutText(const std::wstring& text);

@@ -131,11 +131,11 @@ public:
     // Replaces what the stream holds, but for thumbnail, drm and extend info that are not asked for or not there:
     // set or clear them before a stream is used again. Reads from where the buffer stands to the end of the container.
     Result Load(SkipType skip, DataSection section) override;
-    // Writes the sections asked for, the others empty; a raw data section that was loaded as it was. Announces the
-    // whole size to the buffer first. Where it ends with a failure, section writers announce nothing until a save
-    // succeeds.
+    // Writes the sections asked for, the others empty; a raw data section that was loaded as it was, in place of objects
+    // inserted since. Announces the whole size to the buffer first. Where it ends with a failure, section writers
+    // announce nothing until a save succeeds.
     Result Save(DataSection section) override;
-    // The bytes that Save of all sections would write without compression. Runs PrepareSave.
+    // The bytes that Save of all sections would write without compression and without raw data. Runs PrepareSave.
     Result GetDiskUsed(unsigned int& size) override;
 
     // The time of the file, which the stream only keeps: seconds since 1970.
@@ -263,7 +263,8 @@ private:
     Result WriteHead(DataSection section, const SectionSizes& sizes);
     Result WriteData(DataSection section, const SectionSizes& sizes);
     Result WriteRecords(unsigned int versionSize);
-    Result SaveObjects(const std::vector<CBase*>& objects);
+    Result WriteTable(unsigned int versionSize);
+    Result SaveObjects();
     template <typename Writer>
     Result WriteSection(unsigned int size, bool isAsked, Writer writer);
     Result WriteRawSection();

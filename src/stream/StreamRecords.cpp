@@ -73,7 +73,7 @@ Result CStream::LoadRecords(std::uint64_t end, bool skip, unsigned int total) {
     const CSectionScope scope(*this, end);
     CLoadLog log(m_strLoadFileLogPath);
     RecordHead head;
-    while (end == kNoEnd ? !m_pIoBuffer->IsBufferEnd() : consumed < end) {
+    while (end == kNoEnd ? m_pIoBuffer != nullptr && !m_pIoBuffer->IsBufferEnd() : consumed < end) {
         const std::uint64_t before = consumed;
         Result result = ReadRecordHead(skip, head);
         if (Failed(result)) return result;

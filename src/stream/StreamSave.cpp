@@ -38,6 +38,11 @@ void Raise(unsigned int& max, std::size_t size) {
         std::max(max, static_cast<unsigned int>(std::min<std::size_t>(size, std::numeric_limits<unsigned int>::max())));
 }
 
+// An application may have set any version since the raw data were loaded.
+bool IsReadable(int version) {
+    return version >= 0 && version <= Container::kVersion && version != Container::kVersionRefused;
+}
+
 // What the class table takes in the file: of an empty one, the count is written all the same.
 unsigned int TableBytes(unsigned int versionSize) {
     return std::max(versionSize, static_cast<unsigned int>(Container::kLengthSize));
@@ -129,11 +134,14 @@ Result CStream::DataSize(unsigned int& total, unsigned int& max) {
         CObjectListLog ownLog;
         CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
         log.Begin();
-        for (std::size_t i = 0; i < m_vecOrdered.size(); ++i) {
-            const unsigned int size = m_vecOrdered[i]->GetDiskSize();
+        const std::size_t count = m_vecOrdered.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            CBase* const object = m_vecOrdered[i];
+            const unsigned int size = object->GetDiskSize();
+            if (m_vecOrdered.size() != count) return kResultMalformed;  // an object has changed what is to be saved
             sum += size;
             Raise(max, size);
-            log.AddObject(i, *m_vecOrdered[i], size);
+            log.AddObject(i, *object, size);
         }
         unsigned int versionSize = 0;
         result = VersionSize(versionSize, max);
@@ -151,7 +159,8 @@ Result CStream::GetDiskUsed(unsigned int& size) {
         if (!Failed(result)) result = DrmSize(sizes.drm, max);
         if (!Failed(result)) result = ExtendInfoSize(sizes.extendInfo, max);
         if (!Failed(result)) result = DataSize(sizes.data, max);
-        m_vecOrdered.clear();  // whoever saves gathers them anew, and by then they may be gone
+        // Whoever saves gathers them anew, and by then they may be gone; but a save that runs needs them still.
+        if (objectLog == nullptr) m_vecOrdered.clear();
         if (Failed(result)) return result;
 
         constexpr std::size_t kFields = 7 * Container::kLengthSize;  // five lengths and the version of the data
@@ -188,7 +197,7 @@ Result CStream::CheckBeforeSave(DataSection section) const {
 
     const bool isReady =
         HoldsRawData() ? isRawCompressed == m_bCompress && isRawDigested == m_bMd5 : !m_bCompress || m_pLzma;
-    return isReady ? kResultOk : kResultInvalidArgument;
+    return isReady && (!HoldsRawData() || IsReadable(m_nFileVersion)) ? kResultOk : kResultInvalidArgument;
 }
 
 Result CStream::SaveSections(DataSection section) {
@@ -244,7 +253,7 @@ Result CStream::MeasureSections(DataSection section, SectionSizes& sizes) {
     }
     GetDataEndTime();
     total += 3 * Container::kLengthSize + sizes.data;  // version and length of the data
-    return m_pIoBuffer->SetOutputInfo(total, max);
+    return m_pIoBuffer == nullptr ? kResultInvalidArgument : m_pIoBuffer->SetOutputInfo(total, max);
 }
 
 Result CStream::MeasureData(SectionSizes& sizes, unsigned int& max) {
@@ -272,8 +281,7 @@ Result CStream::WriteHead(DataSection section, const SectionSizes& sizes) {
     Result result = SaveHeader();
     if (Failed(result)) return result;
     m_bMd5Active = true;
-    result = StreamWrite(*this, sizes.version);
-    if (!Failed(result)) result = SaveDataVersion();
+    result = WriteTable(sizes.version);
     if (Failed(result)) return result;
     result = WriteSection(sizes.thumbnail, HasAny(section, DataSection::Thumbnail), [&] { return SaveThumbnail(); });
     if (Failed(result)) return result;
@@ -297,6 +305,7 @@ Result CStream::WriteData(DataSection section, const SectionSizes& sizes) {
 
 // Straight to the buffer: the block ends with a digest of its own.
 Result CStream::WriteRawSection() {
+    if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
     const Result result = m_pIoBuffer->WriteOut(m_pRawData, m_nRawDataSize, m_pProgress);
     if (!Failed(result)) written += m_nRawDataSize;
     return result;
@@ -304,9 +313,19 @@ Result CStream::WriteRawSection() {
 
 // The uncompressed form of the data section, but for its digest.
 Result CStream::WriteRecords(unsigned int versionSize) {
-    Result result = StreamWrite(*this, versionSize);
-    if (!Failed(result)) result = SaveDataVersion();
+    const Result result = WriteTable(versionSize);
     return Failed(result) ? result : SaveData();
+}
+
+// The class table, which stands behind its length even when that is 0. A class that was registered meanwhile would
+// make it another one.
+Result CStream::WriteTable(unsigned int versionSize) {
+    const Result result = StreamWrite(*this, versionSize);
+    if (Failed(result)) return result;
+    const std::uint64_t before = written;
+    const Result saved = SaveDataVersion();
+    if (Failed(saved)) return saved;
+    return written - before == TableBytes(versionSize) ? kResultOk : kResultMalformed;
 }
 
 // Single sections
@@ -402,21 +421,24 @@ Result CStream::SaveData() {
         if (!Failed(result))
             result = AnnounceSection([this](unsigned int& size, unsigned int& max) { return DataSize(size, max); });
         if (Failed(result)) return result;
-        return SaveObjects(std::exchange(m_vecOrdered, {}));
+        return SaveObjects();
     });
 }
 
-Result CStream::SaveObjects(const std::vector<CBase*>& objects) {
-    if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
-
+Result CStream::SaveObjects() {
+    const CScopeGuard atExit([this] { m_vecOrdered.clear(); });
     CObjectListLog ownLog;
     CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
     log.Append();
     unsigned long before = log.IsOpen() ? m_pIoBuffer->GetWriteSize() : 0;
-    for (std::size_t i = 0; i < objects.size(); ++i) {
-        Result result = IsTopLevel(objects[i]) ? StreamWrite(*this, Container::kTopLevelMarker) : kResultOk;
-        if (!Failed(result)) result = objects[i]->Save(*this, m_pProgress);
+    const std::size_t count = m_vecOrdered.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        CBase* const object = m_vecOrdered[i];
+        Result result = IsTopLevel(object) ? StreamWrite(*this, Container::kTopLevelMarker) : kResultOk;
+        if (!Failed(result)) result = object->Save(*this, m_pProgress);
         if (Failed(result)) return result;
+        if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
+        if (m_vecOrdered.size() != count) return kResultMalformed;  // an object has changed what is to be saved
         if (!log.IsOpen()) continue;
         const unsigned long after = m_pIoBuffer->GetWriteSize();
         log.AddWrittenSize(i, after - before);
@@ -446,6 +468,7 @@ Result CStream::PrepareCompressData(unsigned int& size, unsigned int versionSize
                             m_nCompressedSize, m_pProgress, m_strName.c_str());
     GetDataCompressEndTime();
     if (m_pCompressed == nullptr) m_nCompressedSize = 0;
+    if (m_nCompressedSize > Container::kMaxCompressedSize) return kResultOutOfBounds;  // could not be loaded
     return SetTotal(size, std::uint64_t{m_nCompressedSize} + DigestSize());
 }
 

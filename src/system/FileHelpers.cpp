@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -154,7 +155,8 @@ Result CSystem::GetPathParentFolder(std::wstring& path) {
 std::wstring CSystem::GetExistPathFolder(const std::wstring& path) {
     // Ends because each round returns or leaves a shorter text.
     for (std::wstring folder = path;;) {
-        if (isDirectory(NarrowPath(folder).data())) return folder;
+        // The system has nothing of a longer name, and asking for each of many would take the square of the length.
+        if (folder.size() <= PATH_MAX && isDirectory(NarrowPath(folder).data())) return folder;
 
         const std::wstring whole = GetNoPlatformSlashFolderPath(std::move(folder));
         folder = whole;
