@@ -59,9 +59,10 @@ public:
 };
 
 enum class Layout { AllBelowOne, AllTopLevel };
-enum class Digest { Off, On };
+// What a save makes of the bytes. Compressed is what a stream does unless told otherwise.
+enum class Form { Plain, Digested, Compressed };
 
-std::unique_ptr<CSceneSide> MakeOurScene(std::size_t count, Layout layout, Digest digest);
+std::unique_ptr<CSceneSide> MakeOurScene(std::size_t count, Layout layout, Form form);
 std::unique_ptr<CSceneSide> MakeBoostScene(std::size_t count);
 std::unique_ptr<CSceneSide> MakeCerealScene(std::size_t count);
 

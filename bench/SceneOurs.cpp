@@ -1,3 +1,4 @@
+#include "LzmaCompressor.h"
 #include "SceneObjects.h"
 #include "stream/Stream.h"
 
@@ -37,12 +38,14 @@ ObjectList MakeObjects(std::size_t count) {
 
 class COurScene : public CSceneSide {
 public:
-    COurScene(std::size_t count, Layout layout, Digest digest) : count(count), layout(layout) {
+    COurScene(std::size_t count, Layout layout, Form form) : count(count), layout(layout) {
         RegisterClass<CScene>(OurScene::kSceneClass);
         RegisterClass<CDisc>(OurScene::kDiscClass);
         RegisterClass<CMark>(OurScene::kMarkClass);
-        source.SetCompress(false);
-        source.SetMd5(digest == Digest::On);
+        source.SetCompress(form == Form::Compressed);
+        source.SetMd5(form != Form::Plain);
+        source.SetLzmaInterface(new KX::CLzmaCompressor);
+        loaded.SetLzmaInterface(new KX::CLzmaCompressor);
         if (layout == Layout::AllTopLevel) {
             for (const auto& object : MakeObjects(count)) source.Insert(object.Get());
             return;
@@ -93,6 +96,6 @@ private:
 
 }  // namespace
 
-std::unique_ptr<CSceneSide> MakeOurScene(std::size_t count, Layout layout, Digest digest) {
-    return std::make_unique<COurScene>(count, layout, digest);
+std::unique_ptr<CSceneSide> MakeOurScene(std::size_t count, Layout layout, Form form) {
+    return std::make_unique<COurScene>(count, layout, form);
 }

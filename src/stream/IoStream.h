@@ -51,8 +51,9 @@ constexpr bool HasAny(DataSection set, DataSection bits) {
     return (set & bits) != DataSection::None;
 }
 
+using CObjectList = std::vector<CPointer<CBase>>;
 // The identifiers that name no loaded object, with the objects that refer to them.
-using CMissingLinkMap = std::map<COrcaID, std::vector<CPointer<CBase>>>;
+using CMissingLinkMap = std::map<COrcaID, CObjectList>;
 // The links of the loaded objects by the objects' identifiers.
 using CLinkMap = std::map<COrcaID, CPointer<CMemberLink>>;
 

@@ -48,6 +48,7 @@ CLinkIndex::List& CLinkIndex::InOrder() {
 }
 
 void CLinkIndex::Clear() {
+    ++clears;
     byId.Clear();
     isConsecutive = true;
     isAscending = true;

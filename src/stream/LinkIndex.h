@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,8 @@ public:
     // All links in ascending order of their identifiers, until the next Insert or Clear.
     List& InOrder();
     void Clear();
+    // How often it was cleared.
+    std::uint64_t Clears() const { return clears; }
 
 private:
     void IndexAll();
@@ -33,6 +36,7 @@ private:
     List links;
     bool isConsecutive = true;  // then byId is empty
     bool isAscending = true;
+    std::uint64_t clears = 0;
     CHashIndex<CMemberLink> byId;
 };
 

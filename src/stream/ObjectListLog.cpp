@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <new>
 
 #include "string/Encoding.h"
@@ -31,11 +30,13 @@ CObjectListLog::~CObjectListLog() {
 
 void CObjectListLog::Begin() {
     filled = 0;
+    counter = {};
     Open(O_WRONLY | O_CREAT);
     isWholeFile = IsOpen();
 }
 
 void CObjectListLog::Append() {
+    counter = {};
     if (!IsOpen()) Open(O_WRONLY | O_CREAT | O_APPEND);
 }
 
@@ -52,13 +53,12 @@ void CObjectListLog::Open(int flags) {
     if (piece == nullptr) file.reset();
 }
 
-void CObjectListLog::AddObject(std::size_t index, const CBase& object, unsigned int size) {
+void CObjectListLog::AddObject(const CBase& object, unsigned int size) {
     if (!IsOpen()) return;
 
     const CRtti* const rtti = object.GetRtti();
-    Put("[");
-    PutNumber(index);
-    Put("] Rtti:");
+    PutCount();
+    Put("Rtti:");
     Put(rtti == nullptr ? "" : rtti->ClassName());
     Put(" Name:");
     PutText(object.GetName());
@@ -75,17 +75,23 @@ void CObjectListLog::AddVersionSize(unsigned int size) {
     Put("\n");
 }
 
-void CObjectListLog::AddWrittenSize(std::size_t index, unsigned long size) {
+void CObjectListLog::AddWrittenSize(unsigned long size) {
     if (!IsOpen()) return;
 
-    Put("[");
-    PutNumber(index);
-    Put("] Size : ");
+    PutCount();
+    Put("Size : ");
     PutNumber(size);
     Put("\n");
 }
 
-void CObjectListLog::Put(std::string_view text) {
+void CObjectListLog::CCounter::Increment() {
+    std::size_t place = digits.size() - 1;
+    while (place > 0 && digits[place] == '9') digits[place--] = '0';
+    ++digits[place];
+    first = std::min(first, place);
+}
+
+void CObjectListLog::PutInPieces(std::string_view text) {
     while (text.size() > kPiece - filled) {
         const std::size_t room = kPiece - filled;
         std::memcpy(piece->data() + filled, text.data(), room);
@@ -93,8 +99,14 @@ void CObjectListLog::Put(std::string_view text) {
         text.remove_prefix(room);
         Flush();
     }
-    std::memcpy(piece->data() + filled, text.data(), text.size());
-    filled += text.size();
+    Put(text);
+}
+
+void CObjectListLog::PutCount() {
+    Put("[");
+    Put(counter.Text());
+    Put("] ");
+    counter.Increment();
 }
 
 void CObjectListLog::PutNumber(unsigned long number) {
@@ -106,12 +118,14 @@ void CObjectListLog::PutNumber(unsigned long number) {
 
 // Plain characters are the same in every locale, and need no conversion.
 void CObjectListLog::PutText(const std::wstring& text) {
-    const bool isPlain = std::ranges::all_of(text, [](wchar_t character) { return character > 0 && character < 0x80; });
-    if (!isPlain) return Put(ConvertToString(text, kTextLocale));
+    if (kPiece - filled < text.size()) Flush();
+    char* to = piece->data() + filled;
     for (const wchar_t character : text) {
-        const char plain = static_cast<char>(character);
-        Put({&plain, 1});
+        const bool isPlain = character > 0 && character < 0x80;
+        if (!isPlain || to == piece->data() + kPiece) return Put(ConvertToString(text, kTextLocale));
+        *to++ = static_cast<char>(character);
     }
+    filled += text.size();
 }
 
 void CObjectListLog::Flush() {

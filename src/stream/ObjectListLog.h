@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -31,17 +32,40 @@ public:
 
     bool IsOpen() const { return file != nullptr; }
 
-    // May throw std::bad_alloc, for a name that has to be converted.
-    void AddObject(std::size_t index, const CBase& object, unsigned int size);
+    // The next object, counted from 0 since Begin. May throw std::bad_alloc, for a name that has to be converted.
+    void AddObject(const CBase& object, unsigned int size);
     void AddVersionSize(unsigned int size);
-    void AddWrittenSize(std::size_t index, unsigned long size);
+    // The next object, counted from 0 since Append.
+    void AddWrittenSize(unsigned long size);
 
 private:
     // Lines are gathered to pieces of this size: a line per object must cost next to nothing beside its save.
     static constexpr std::size_t kPiece = 0x10000;
 
+    // Counts in decimal: half of what a line took was to write its number.
+    class CCounter {
+    public:
+        void Increment();
+        static constexpr std::array<char, 20> Zeros() {
+            std::array<char, 20> zeros{};
+            for (char& digit : zeros) digit = '0';
+            return zeros;
+        }
+        std::string_view Text() const { return {digits.data() + first, digits.size() - first}; }
+
+    private:
+        std::array<char, 20> digits = Zeros();
+        std::size_t first = digits.size() - 1;
+    };
+
     void Open(int flags);
-    void Put(std::string_view text);
+    void Put(std::string_view text) {
+        if (text.size() > kPiece - filled) return PutInPieces(text);
+        std::memcpy(piece->data() + filled, text.data(), text.size());
+        filled += text.size();
+    }
+    void PutInPieces(std::string_view text);
+    void PutCount();
     void PutNumber(unsigned long number);
     void PutText(const std::wstring& text);
     void Flush();
@@ -49,6 +73,7 @@ private:
     CFile file;
     std::unique_ptr<std::array<char, kPiece>> piece;
     std::size_t filled = 0;
+    CCounter counter;
     bool isWholeFile = false;  // begun here, so that what follows the last line is of an earlier save
 };
 

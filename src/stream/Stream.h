@@ -245,8 +245,9 @@ private:
     // A failure met by an operation that has no result to tell it by.
     Result TakeDeferred();
 
-    Result LinkEach(CLinkIndex::List& links);
-    Result PostLinkEach(CLinkIndex::List& links);
+    Result LinkOne(CMemberLink& link);
+    Result PostLinkOne(CBase& owner);
+    Result LinkLoaded();
 
     void FreeRawData();
     void FreeCompressed();
@@ -268,7 +269,7 @@ private:
     template <typename Writer>
     Result WriteSection(unsigned int size, bool isAsked, Writer writer);
     Result WriteRawSection();
-    Result SaveList(const std::vector<CPointer<CBase>>& list);
+    Result SaveList(const CObjectList& list);
 
     Result LoadSections(SkipType skip, DataSection section);
     Result TakeVersion(std::int64_t version);
@@ -295,7 +296,7 @@ private:
     bool IsOlderThanData(const CBase& object, ClassEntry& entry) const;
     Result LoadRecord(CPointer<CBase>& target, ClassEntry& entry, std::uint32_t size, bool skip);
     void ReportRecord(std::uint32_t size, unsigned int total) const;
-    Result LoadList(bool skip, std::vector<CPointer<CBase>>& list);
+    Result LoadList(bool skip, CObjectList& list);
 
     Result LoadTextHeader();
     Result ReadTextRecordHead(RecordHead& head);
@@ -308,9 +309,9 @@ private:
     std::map<const CRtti*, CVersion> m_mapVersion;
     std::uint64_t versionChanges = 0;  // to m_mapVersion, so that what was concluded from it can be told to be stale
     CPointer<CBase> m_pThumbnail;
-    std::vector<CPointer<CBase>> m_vecDrm;
-    std::vector<CPointer<CBase>> m_vecExtendInfo;
-    std::vector<CPointer<CBase>> m_vecObject;
+    CObjectList m_vecDrm;
+    CObjectList m_vecExtendInfo;
+    CObjectList m_vecObject;
     CHashIndex<CBase> topLevel;  // the objects of m_vecObject
     CLinkIndex m_mapLink;
     CMissingLinkMap m_mapMissingLink;

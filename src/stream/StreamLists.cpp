@@ -10,8 +10,6 @@ namespace KX {
 
 namespace {
 
-using ObjectList = std::vector<CPointer<CBase>>;
-
 // No two objects are nearer than 16 bytes, so that the bits below tell nothing.
 constexpr unsigned int kPointerBits = 4;
 
@@ -19,15 +17,15 @@ std::uint64_t KeyOf(const CBase* object) {
     return reinterpret_cast<std::uintptr_t>(object) >> kPointerBits;
 }
 
-CBase* EntryAt(const ObjectList& list, unsigned long index) {
+CBase* EntryAt(const CObjectList& list, unsigned long index) {
     return index < list.size() ? list[index].Get() : nullptr;
 }
 
-auto Find(ObjectList& list, const CBase* object) {
+auto Find(CObjectList& list, const CBase* object) {
     return std::ranges::find(list, object, &CPointer<CBase>::Get);
 }
 
-Result Append(ObjectList& list, CBase* object) {
+Result Append(CObjectList& list, CBase* object) {
     return ResultOf([&] {
         list.emplace_back(object);
         return kResultOk;
@@ -35,18 +33,18 @@ Result Append(ObjectList& list, CBase* object) {
 }
 
 // The entry is released when the list is whole again: its object may ask the stream for what it holds.
-void TakeOut(ObjectList& list, ObjectList::iterator entry) {
+void TakeOut(CObjectList& list, CObjectList::iterator entry) {
     const CPointer<CBase> released = std::move(*entry);
     list.erase(entry);
 }
 
-void RemoveFirst(ObjectList& list, const CBase* object) {
+void RemoveFirst(CObjectList& list, const CBase* object) {
     const auto found = Find(list, object);
     if (found != list.end()) TakeOut(list, found);
 }
 
-void ReleaseAll(ObjectList& list) {
-    const ObjectList released = std::exchange(list, {});
+void ReleaseAll(CObjectList& list) {
+    const CObjectList released = std::exchange(list, {});
 }
 
 }  // namespace
@@ -255,25 +253,35 @@ Result CStream::CollectMissingLink(CMissingLinkMap& out) {
     });
 }
 
-// By index, for what an object does here may enter further links.
-Result CStream::LinkEach(CLinkIndex::List& links) {
-    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
-        const CPointer<CMemberLink> link = links[i].second;
-        if (!link || link->IsLinked() || link->GetOwner() == nullptr) continue;
-        Result result = link->GetOwner()->Link(*this, link.Get(), 0);
-        if (!Failed(result)) result = TakeDeferred();
-        if (Failed(result)) return result;
-        link->SetLinked(true);
-    }
-    return kResultOk;
+Result CStream::LinkOne(CMemberLink& link) {
+    if (link.IsLinked() || link.GetOwner() == nullptr) return kResultOk;
+    const CPointer<CMemberLink> held(&link);
+    Result result = link.GetOwner()->Link(*this, &link, 0);
+    if (!Failed(result)) result = TakeDeferred();
+    if (!Failed(result)) link.SetLinked(true);
+    return result;
 }
 
-Result CStream::PostLinkEach(CLinkIndex::List& links) {
+Result CStream::PostLinkOne(CBase& owner) {
+    const Result result = owner.PostLink(*this, 0);
+    return Failed(result) ? result : TakeDeferred();
+}
+
+// By index, for what an object does here may enter further links, or remove all: then there is nothing left to do. The
+// owners are noted meanwhile. To find them through their links once more would cost as much again in a large graph.
+Result CStream::LinkLoaded() {
+    CLinkIndex::List& links = m_mapLink.InOrder();
+    std::vector<CBase*> owners;
+    owners.reserve(links.size());
+    const std::uint64_t clears = m_mapLink.Clears();
     for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
-        const CPointer<CMemberLink> link = links[i].second;
-        if (!link || link->GetOwner() == nullptr) continue;
-        Result result = link->GetOwner()->PostLink(*this, 0);
-        if (!Failed(result)) result = TakeDeferred();
+        CMemberLink& link = *links[i].second;
+        if (link.GetOwner() != nullptr) owners.push_back(link.GetOwner());
+        const Result result = LinkOne(link);
+        if (Failed(result)) return result;
+    }
+    for (std::size_t i = 0; i < owners.size() && m_mapLink.Clears() == clears; ++i) {
+        const Result result = PostLinkOne(*owners[i]);
         if (Failed(result)) return result;
     }
     return kResultOk;
@@ -281,15 +289,22 @@ Result CStream::PostLinkEach(CLinkIndex::List& links) {
 
 Result CStream::LinkProcess(CLinkMap& links) {
     return ResultOf([&] {
-        CLinkIndex::List list(links.begin(), links.end());
-        return LinkEach(list);
+        for (const auto& [id, link] : links) {
+            const Result result = link ? LinkOne(*link) : kResultOk;
+            if (Failed(result)) return result;
+        }
+        return kResultOk;
     });
 }
 
 Result CStream::PostLinkProcess(CLinkMap& links) {
     return ResultOf([&] {
-        CLinkIndex::List list(links.begin(), links.end());
-        return PostLinkEach(list);
+        for (const auto& [id, link] : links) {
+            const bool isOwned = link && link->GetOwner() != nullptr;
+            const Result result = isOwned ? PostLinkOne(*link->GetOwner()) : kResultOk;
+            if (Failed(result)) return result;
+        }
+        return kResultOk;
     });
 }
 

@@ -61,10 +61,8 @@ Result CStream::LoadRecordsUntil(std::uint64_t end, bool skip, unsigned int tota
     });
     return ResultOf([&] {
         deferred = kResultOk;
-        Result result = LoadRecords(end, skip, total);
-        if (!Failed(result)) result = LinkEach(m_mapLink.InOrder());
-        if (!Failed(result)) result = PostLinkEach(m_mapLink.InOrder());
-        return result;
+        const Result result = LoadRecords(end, skip, total);
+        return Failed(result) ? result : LinkLoaded();
     });
 }
 
@@ -238,13 +236,13 @@ Result CStream::LoadThumbnail(bool skip) {
 }
 
 // The objects of a list, which grows as they come: their number may be anything. A skipped one leaves null.
-Result CStream::LoadList(bool skip, std::vector<CPointer<CBase>>& list) {
+Result CStream::LoadList(bool skip, CObjectList& list) {
     if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
     std::uint32_t count = 0;
     if (Failed(StreamRead(*this, count)) || count == 0) return kResultMalformed;
 
     return ResultOf([&] {
-        std::vector<CPointer<CBase>>().swap(list);
+        CObjectList().swap(list);
         std::string className;
         for (; count > 0; --count) {
             Result result = LoadClassName(className);
@@ -294,7 +292,7 @@ Result CStream::LoadHQThumbnailExtendInfo(unsigned int length) {
     result = SkipExisting(end - consumed);
     if (Failed(result)) return result;
     return ResultOf([&] {
-        std::vector<CPointer<CBase>> list(count);
+        CObjectList list(count);
         list.front() = first;
         m_vecExtendInfo.swap(list);
         return kResultOk;

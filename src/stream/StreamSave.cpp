@@ -49,12 +49,12 @@ unsigned int TableBytes(unsigned int versionSize) {
 }
 
 // Null entries have nothing to save.
-std::size_t CountObjects(const std::vector<CPointer<CBase>>& list) {
+std::size_t CountObjects(const CObjectList& list) {
     return list.size() - static_cast<std::size_t>(std::ranges::count(list, nullptr, &CPointer<CBase>::Get));
 }
 
 // Adds the count and the objects. kResultNothingDone: there are none.
-Result AddList(const std::vector<CPointer<CBase>>& list, std::uint64_t& sum, unsigned int& max) {
+Result AddList(const CObjectList& list, std::uint64_t& sum, unsigned int& max) {
     if (CountObjects(list) == 0) return kResultNothingDone;
 
     sum += Container::kLengthSize;
@@ -141,7 +141,7 @@ Result CStream::DataSize(unsigned int& total, unsigned int& max) {
             if (m_vecOrdered.size() != count) return kResultMalformed;  // an object has changed what is to be saved
             sum += size;
             Raise(max, size);
-            log.AddObject(i, *object, size);
+            log.AddObject(*object, size);
         }
         unsigned int versionSize = 0;
         result = VersionSize(versionSize, max);
@@ -385,7 +385,7 @@ Result CStream::SaveThumbnail() {
 }
 
 // The count and the objects of a list that has some. An object may take itself out of the list.
-Result CStream::SaveList(const std::vector<CPointer<CBase>>& list) {
+Result CStream::SaveList(const CObjectList& list) {
     return ResultOf([&] {
         Result result = StreamWrite(*this, static_cast<std::uint32_t>(CountObjects(list)));
         for (std::size_t i = 0; i < list.size() && !Failed(result); ++i) {
@@ -441,7 +441,7 @@ Result CStream::SaveObjects() {
         if (m_vecOrdered.size() != count) return kResultMalformed;  // an object has changed what is to be saved
         if (!log.IsOpen()) continue;
         const unsigned long after = m_pIoBuffer->GetWriteSize();
-        log.AddWrittenSize(i, after - before);
+        log.AddWrittenSize(after - before);
         before = after;
     }
     return kResultOk;
