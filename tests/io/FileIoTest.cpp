@@ -176,7 +176,7 @@ TEST_F(FileIoTest, AFailedSaveLeavesAPartUnlessTheRoomWasRefused) {
 
 TEST_F(FileIoTest, AFullDiskFailsTheSaveThoughTheBytesWereTaken) {
     if (!fs::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
-    fs::create_symlink("/dev/full", "full");  // so that a fault that deletes the file takes only the link
+    fs::create_symlink("/dev/full", "full");             // so that a fault that deletes the file takes only the link
     for (const unsigned long size : {5UL, 1000000UL}) {  // some that fail at the end, some that fail when written
         stream.act = [&](KX::CIoBuffer& buffer) {
             (void)buffer.WriteOut(std::string(size, 'x').data(), size, nullptr);

@@ -4,6 +4,9 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <new>
+#include <stdexcept>
 
 #include "support/StreamTest.h"
 
@@ -312,6 +315,39 @@ TEST_F(StreamTest, FailuresOfObjectsAndHooksAreHandedUp) {
     EXPECT_EQ(filled.Save(kAllSections), kTestFailure);
     EXPECT_TRUE(io.bytes.empty());
     EXPECT_EQ(Load(stream, bytes), kTestFailure);
+}
+
+// What used to be lost, or freed under the save, or thrown out of it.
+TEST_F(StreamTest, ObjectsThatMeddleWithASaveLoseNothing) {
+    CStream stream;
+    ASSERT_EQ(Load(stream, Golden("orca306").Bytes()), KX::kResultOk);
+    const std::string whole = Saved(stream);
+    unsigned int used = 0;
+    struct Case {
+        const char* call;
+        Result wanted;
+        std::function<Result()> meddle;
+    };
+    for (const auto& [call, wanted, meddle] :
+         {Case{"Save 3", KX::kResultOk, [&] { return stream.GetDiskUsed(used); }},
+          Case{"Save 50", KX::kResultOk, [&] { return stream.AddDrm(nullptr); }},
+          Case{"Save 3", KX::kResultOutOfMemory, []() -> Result { throw std::bad_alloc(); }},
+          Case{"PrepareSave 4", KX::kResultFail, []() -> Result { throw std::runtime_error("an object's own"); }},
+          Case{"Save 3", KX::kResultInvalidArgument, [&] { return stream.SetIoBuffer(nullptr); }},
+          Case{"Save 3", KX::kResultMalformed, [&] { return stream.InsertInOrdered(stream.GetObjectAt(0)); }},
+          Case{"PrepareSave 4", KX::kResultMalformed, [] {
+                   KX::CRtti::GetVersionMap()[99] = nullptr;
+                   return KX::kResultOk;
+               }}}) {
+        SCOPED_TRACE(call);
+        CTestIo io;
+        stream.SetIoBuffer(&io);
+        CTestObject::failingCall = call;
+        CTestObject::answer = meddle;
+        EXPECT_EQ(stream.Save(kAllSections), wanted);
+        EXPECT_TRUE(wanted != KX::kResultOk || io.bytes == whole);
+        CTestObject::failingCall.clear();
+    }
 }
 
 class CHookedStream : public CStream {

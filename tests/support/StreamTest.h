@@ -16,6 +16,7 @@ protected:
         KX::CStream::m_strLoadFileLogPath.clear();
         CTestObject::calls = nullptr;
         CTestObject::failingCall.clear();
+        CTestObject::answer = nullptr;
         EXPECT_EQ(CTestObject::alive, 0);
     }
 

@@ -50,7 +50,8 @@ Result CTestObject::Answer(const char* call) const {
     if (calls == nullptr && failingCall.empty()) return KX::kResultOk;
     const std::string text = std::string(call) + " " + std::to_string(record.id);
     if (calls != nullptr) calls->push_back(text);
-    return text == failingCall ? kTestFailure : KX::kResultOk;
+    if (text != failingCall) return KX::kResultOk;
+    return answer ? answer() : kTestFailure;
 }
 
 Result CTestObject::Load(CBaseStream& stream, CMemberLink* link, CProgress* /*progress*/) {

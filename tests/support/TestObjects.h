@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,8 @@ public:
 
     static inline int alive = 0;
     static inline std::vector<std::string>* calls = nullptr;  // where to note what streams call, such as "Link 7"
-    static inline std::string failingCall;                    // one of those, to be answered by kTestFailure
+    static inline std::string failingCall;                    // one of those, to be answered by kTestFailure,
+    static inline std::function<KX::Result()> answer;         // or by this
 
 private:
     KX::Result Answer(const char* call) const;

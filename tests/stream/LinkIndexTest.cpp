@@ -1,0 +1,62 @@
+#include "stream/LinkIndex.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <random>
+
+using KX::CMemberLink;
+using KX::COrcaID;
+
+namespace {
+
+// Identifiers as files may have them: mostly one after the other, with gaps, in any order, or chosen to fall on the same
+// places of a table.
+struct Numbering {
+    const char* name;
+    unsigned long long first, step;
+    int shuffled;  // of 10 identifiers, so many stand elsewhere
+};
+
+class LinkIndexTest : public testing::TestWithParam<Numbering> {};
+
+TEST_P(LinkIndexTest, IsAMap) {
+    const unsigned int seed = std::random_device()();
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937 random(seed);
+    std::vector<unsigned long long> ids(20'000);
+    for (std::size_t i = 0; i < ids.size(); ++i) ids[i] = GetParam().first + i * GetParam().step;
+    for (unsigned long long& id : ids) {
+        if (static_cast<int>(random() % 10) < GetParam().shuffled) std::swap(id, ids[random() % ids.size()]);
+    }
+
+    KX::CLinkIndex index;
+    std::map<unsigned long long, CMemberLink*> wanted;
+    for (const unsigned long long id : ids) {
+        const KX::CPointer<CMemberLink> link(new CMemberLink);
+        link->DecrementReferences();  // the maker's own
+        ASSERT_EQ(index.Insert(COrcaID(id), link.Get()), wanted.try_emplace(id, link.Get()).second);
+        ASSERT_FALSE(index.Insert(COrcaID(id), link.Get())) << id;
+        ASSERT_EQ(index.Find(COrcaID(id)), wanted[id]);
+    }
+    for (const unsigned long long id : ids) {
+        ASSERT_EQ(index.Find(COrcaID(id)), wanted[id]);
+        const unsigned long long other = id + GetParam().step / 2 + (random() % 3) * 0x100000;
+        ASSERT_EQ(index.Find(COrcaID(other)), wanted.contains(other) ? wanted[other] : nullptr) << other;
+    }
+    const auto isSame = [](const auto& ours, const auto& theirs) {
+        return ours.first.Value() == theirs.first && ours.second.Get() == theirs.second;
+    };
+    EXPECT_TRUE(std::ranges::equal(index.InOrder(), wanted, isSame));
+    index.Clear();
+    EXPECT_EQ(index.Find(COrcaID(ids[0])), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, LinkIndexTest,
+                         testing::Values(Numbering{"Consecutive", 1, 1, 0}, Numbering{"Shuffled", 1, 1, 3},
+                                         Numbering{"Gaps", 7, 3, 1}, Numbering{"Colliding", 0, 1ULL << 40, 1},
+                                         Numbering{"PastTheTop", ~0ULL - 100, 1, 0}, Numbering{"Same", 5, 0, 0}),
+                         [](const auto& tested) { return tested.param.name; });
+
+}  // namespace
