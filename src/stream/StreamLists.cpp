@@ -158,7 +158,7 @@ Result CStream::Remove(CBase* object) {
 Result CStream::RemoveAll() {
     topLevel.Clear();
     ReleaseAll(m_vecObject);
-    ClearVersion();
+    CStream::ClearVersion();
     m_vecOrdered = {};
     m_mapLink.Clear();
     FreeRawData();

@@ -59,8 +59,8 @@ Result AddList(const CObjectList& list, std::uint64_t& sum, unsigned int& max) {
 
     sum += Container::kLengthSize;
     Raise(max, Container::kLengthSize);
-    for (std::size_t i = 0; i < list.size(); ++i) {
-        const CPointer<CBase> object = list[i];  // NOLINT(performance-unnecessary-copy-initialization)
+    for (std::size_t i = 0; i < list.size(); ++i) {  // NOLINT(modernize-loop-convert): it may change
+        const CPointer<CBase> object = list[i];      // NOLINT(performance-unnecessary-copy-initialization)
         if (!object) continue;
         const unsigned int size = object->GetDiskSize();
         sum += size;
