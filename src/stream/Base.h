@@ -79,7 +79,7 @@ private:
 // Life:    counted from 0 and held by CPointer: made by new, and deleted when its count returns to 0. An object whose
 //          count reaches 0 while another one is being destroyed in the same thread is deleted right after that one, so
 //          that a chain of any length is released without deep recursion. So a destructor must not touch an object that
-//          held it: that one may be gone.
+//          held it, nor a stream that goes within another object: either may be gone.
 // Threads: counts are plain; a graph of objects belongs to one thread at a time.
 class CBase {
 public:

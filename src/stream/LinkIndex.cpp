@@ -40,15 +40,18 @@ void CLinkIndex::IndexAll() {
 }
 
 CLinkIndex::List& CLinkIndex::InOrder() {
-    if (!isAscending) {
-        std::ranges::sort(links, {}, &List::value_type::first);
-        isAscending = true;
-    }
+    if (!isAscending) std::ranges::sort(links, {}, &List::value_type::first);
+    isAscending = true;
     return links;
 }
 
+CLinkIndex::List CLinkIndex::OrderedCopy() const {
+    List copy = links;
+    if (!isAscending) std::ranges::sort(copy, {}, &List::value_type::first);
+    return copy;
+}
+
 void CLinkIndex::Clear() {
-    ++clears;
     byId.Clear();
     isConsecutive = true;
     isAscending = true;

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -24,11 +23,12 @@ public:
     bool Insert(COrcaID id, CMemberLink* link);
     // Null where there is none.
     CMemberLink* Find(COrcaID id) const;
-    // All links in ascending order of their identifiers, until the next Insert or Clear.
+    // All links in ascending order of their identifiers. What is inserted after this stands at the end, until the next
+    // InOrder; Clear empties the list.
     List& InOrder();
+    // The same, leaving what InOrder gave as it is. May throw std::bad_alloc.
+    List OrderedCopy() const;
     void Clear();
-    // How often it was cleared.
-    std::uint64_t Clears() const { return clears; }
 
 private:
     void IndexAll();
@@ -36,7 +36,6 @@ private:
     List links;
     bool isConsecutive = true;  // then byId is empty
     bool isAscending = true;
-    std::uint64_t clears = 0;
     CHashIndex<CMemberLink> byId;
 };
 

@@ -94,19 +94,15 @@ void CStream::Digest(const void* bytes, unsigned long count) {
     m_md5.UpdateMd5(next, static_cast<int>(count));
 }
 
-Result CStream::RestartDigest() {
-    isCovered = IsDigesting();
-    if (!isCovered) return kResultNothingDone;
+Result CStream::BeginSaveMD5() {
+    if (!IsDigesting()) return kResultNothingDone;
     m_md5.Init();
     return kResultOk;
 }
 
 Result CStream::BeginLoadMD5() {
-    return RestartDigest();
-}
-
-Result CStream::BeginSaveMD5() {
-    return RestartDigest();
+    isCovered = IsDigesting();
+    return BeginSaveMD5();
 }
 
 Result CStream::EndSaveMD5() {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -29,12 +28,14 @@ class CObjectListLog;
 //              kResultOutOfMemory      memory ran out
 //              kResultInvalidArgument  no buffer, no compressor where one is needed, a null object
 //              kResultOutOfBounds      an index past the end; a section too large for the format
-//              kResultMalformed        the bytes are no container, or contradict themselves
+//              kResultMalformed        the bytes are no container, or contradict themselves; an object that is saved
+//                                      writes other than it announced, or changes what is being saved
 //              kResultUnknownClass     a class has no creator, and such objects are not to be skipped
 //              kResultTooNew           the file, or a class in it, is newer than this program
 //              kResultDigestMismatch   the bytes were damaged
 //              kResultFail             an object or a hook has thrown an exception
-//            What was loaded before a failure stays in the stream. Nothing throws.
+//            What was loaded before a failure stays in the stream. Nothing throws, but that memory may run out in
+//            GetMd5String, and what the thumbnail throws in ThumbnailSize.
 // Cost:      membership and links by index: each in constant time for any number of objects; Remove is linear.
 // Threads:   no lock inside; one thread at a time.
 class CStream : public CBaseStream {
@@ -187,7 +188,7 @@ public:
     Result SaveExtendInfo();
     Result SaveData();
     // Compresses the data section of `size` bytes that DataSize found; `versionSize` is that of VersionSize. `size`
-    // becomes what the section takes in the file.
+    // becomes what the section takes in the file. kResultOutOfBounds: more than can be loaded.
     Result PrepareCompressData(unsigned int& size, unsigned int versionSize);
     // Writes and frees what was prepared; the argument is not looked at.
     Result SaveCompressData(unsigned int size);
@@ -241,13 +242,14 @@ private:
     // The digest takes what passes.
     bool IsDigesting() const { return m_bMd5 && m_bMd5Active; }
     void Digest(const void* bytes, unsigned long count);
-    Result RestartDigest();
     // A failure met by an operation that has no result to tell it by.
     Result TakeDeferred();
 
     Result LinkOne(CMemberLink& link);
-    Result PostLinkOne(CBase& owner);
+    Result PostLinkAll(const CLinkIndex::List& links);
+    Result PostLinkAll(CObjectList& owners);
     Result LinkLoaded();
+    void ReleaseLoaded();
 
     void FreeRawData();
     void FreeCompressed();
@@ -264,6 +266,7 @@ private:
     Result WriteHead(DataSection section, const SectionSizes& sizes);
     Result WriteData(DataSection section, const SectionSizes& sizes);
     Result WriteRecords(unsigned int versionSize);
+    Result WriteInto(CMemoryIoBuffer& memory, unsigned int versionSize);
     Result WriteTable(unsigned int versionSize);
     Result SaveObjects();
     template <typename Writer>
@@ -275,7 +278,7 @@ private:
     Result TakeVersion(std::int64_t version);
     Result LoadPreviews(SkipType skip, DataSection section);
     template <typename Reader>
-    Result LoadSection(bool isAsked, Reader reader);
+    Result LoadSection(std::uint32_t length, bool isAsked, Reader reader);
     Result ReadClassTable();
     Result LoadDataSection(SkipType skip, DataSection section);
     Result ReadDataVersion();
@@ -334,7 +337,7 @@ private:
 
     CObjectListLog* objectLog = nullptr;  // of the save that runs
     Result deferred = kResultOk;
-    bool isCovered = false;  // what is read now belongs to a digest
+    bool isCovered = false;  // what a load reads now belongs to a digest
     // Bytes read or skipped, and written: buffers do not all count them.
     std::uint64_t consumed = 0;
     std::uint64_t written = 0;

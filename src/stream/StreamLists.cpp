@@ -51,7 +51,7 @@ void ReleaseAll(CObjectList& list) {
 
 // Objects may ask the stream while they are destroyed: all go while its members are there.
 CStream::~CStream() {
-    CStream::RemoveAll();
+    ReleaseLoaded();
     m_pThumbnail = nullptr;
     ReleaseAll(m_vecDrm);
     ReleaseAll(m_vecExtendInfo);
@@ -156,14 +156,18 @@ Result CStream::Remove(CBase* object) {
 }
 
 Result CStream::RemoveAll() {
+    ReleaseLoaded();
+    ClearVersion();
+    return kResultOk;
+}
+
+void CStream::ReleaseLoaded() {
     topLevel.Clear();
     ReleaseAll(m_vecObject);
-    CStream::ClearVersion();
     m_vecOrdered = {};
     m_mapLink.Clear();
     FreeRawData();
     FreeCompressed();
-    return kResultOk;
 }
 
 unsigned int CStream::GetObjectCount() const {
@@ -243,7 +247,7 @@ CMissingLinkMap& CStream::GetMissingLink() {
 
 Result CStream::CollectMissingLink(CMissingLinkMap& out) {
     return ResultOf([&] {
-        for (const auto& [id, link] : m_mapLink.InOrder()) {
+        for (const auto& [id, link] : m_mapLink.OrderedCopy()) {
             for (const COrcaID reference : link->References()) {
                 if (reference == COrcaID() || m_mapLink.Find(reference) != nullptr) continue;
                 out[reference].emplace_back(link->GetOwner());
@@ -255,41 +259,52 @@ Result CStream::CollectMissingLink(CMissingLinkMap& out) {
 
 Result CStream::LinkOne(CMemberLink& link) {
     if (link.IsLinked() || link.GetOwner() == nullptr) return kResultOk;
-    const CPointer<CMemberLink> held(&link);
-    Result result = link.GetOwner()->Link(*this, &link, 0);
+    const CPointer<CBase> owner = link.GetOwner();
+    Result result = owner->Link(*this, &link, 0);
     if (!Failed(result)) result = TakeDeferred();
     if (!Failed(result)) link.SetLinked(true);
     return result;
 }
 
-Result CStream::PostLinkOne(CBase& owner) {
-    const Result result = owner.PostLink(*this, 0);
-    return Failed(result) ? result : TakeDeferred();
+Result CStream::PostLinkAll(const CLinkIndex::List& links) {
+    CObjectList owners;
+    owners.reserve(links.size());
+    for (const auto& [id, link] : links) owners.emplace_back(link ? link->GetOwner() : nullptr);
+    return PostLinkAll(owners);
 }
 
-// By index, for what an object does here may enter further links, or remove all: then there is nothing left to do. The
-// owners are noted meanwhile. To find them through their links once more would cost as much again in a large graph.
-Result CStream::LinkLoaded() {
-    CLinkIndex::List& links = m_mapLink.InOrder();
-    std::vector<CBase*> owners;
-    owners.reserve(links.size());
-    const std::uint64_t clears = m_mapLink.Clears();
-    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
-        CMemberLink& link = *links[i].second;
-        if (link.GetOwner() != nullptr) owners.push_back(link.GetOwner());
-        const Result result = LinkOne(link);
-        if (Failed(result)) return result;
-    }
-    for (std::size_t i = 0; i < owners.size() && m_mapLink.Clears() == clears; ++i) {
-        const Result result = PostLinkOne(*owners[i]);
+Result CStream::PostLinkAll(CObjectList& owners) {
+    for (CPointer<CBase>& entry : owners) {
+        const CPointer<CBase> owner = std::move(entry);
+        Result result = owner ? owner->PostLink(*this, 0) : kResultOk;
+        if (!Failed(result)) result = TakeDeferred();
         if (Failed(result)) return result;
     }
     return kResultOk;
 }
 
+// By index, for what an object does here may enter further links, at the end, or remove all. The owners are noted
+// meanwhile: to find them through their links once more would cost as much again in a large graph.
+Result CStream::LinkLoaded() {
+    CLinkIndex::List& links = m_mapLink.InOrder();
+    const std::size_t count = links.size();
+    CObjectList owners;
+    owners.reserve(count);
+    for (std::size_t i = 0; i < links.size(); ++i) {  // NOLINT(modernize-loop-convert)
+        const CPointer<CMemberLink> link = links[i].second;
+        const Result result = LinkOne(*link);
+        if (Failed(result)) return result;
+        owners.emplace_back(link->GetOwner());
+    }
+    return links.size() == count ? PostLinkAll(owners) : PostLinkAll(m_mapLink.InOrder());
+}
+
+// These walk a copy of the map: objects may change it.
+
 Result CStream::LinkProcess(CLinkMap& links) {
     return ResultOf([&] {
-        for (const auto& [id, link] : links) {
+        const CLinkIndex::List list(links.begin(), links.end());
+        for (const auto& [id, link] : list) {
             const Result result = link ? LinkOne(*link) : kResultOk;
             if (Failed(result)) return result;
         }
@@ -298,14 +313,7 @@ Result CStream::LinkProcess(CLinkMap& links) {
 }
 
 Result CStream::PostLinkProcess(CLinkMap& links) {
-    return ResultOf([&] {
-        for (const auto& [id, link] : links) {
-            const bool isOwned = link && link->GetOwner() != nullptr;
-            const Result result = isOwned ? PostLinkOne(*link->GetOwner()) : kResultOk;
-            if (Failed(result)) return result;
-        }
-        return kResultOk;
-    });
+    return ResultOf([&] { return PostLinkAll(CLinkIndex::List(links.begin(), links.end())); });
 }
 
 }  // namespace KX

@@ -39,6 +39,7 @@ Result CStream::LoadSections(SkipType skip, DataSection section) {
 
     RemoveAll();
     deferred = kResultOk;
+    isCovered = false;
     m_bMd5Active = true;
     Result result = LoadHeader();
     if (Failed(result)) return result;
@@ -93,15 +94,12 @@ Result CStream::TakeVersion(std::int64_t version) {
     return kResultOk;
 }
 
-// Reads the length of a section, and the section if it is asked for and not empty: exactly as long as that.
+// Reads a section if it is asked for and not empty: exactly as much as its length says.
 template <typename Reader>
-Result CStream::LoadSection(bool isAsked, Reader reader) {
-    std::uint32_t length = 0;
-    Result result = StreamRead(*this, length);
-    if (Failed(result)) return result;
+Result CStream::LoadSection(std::uint32_t length, bool isAsked, Reader reader) {
     if (!isAsked || length == 0) return Skip(length);
     const CSectionScope scope(*this, consumed + length);
-    result = reader(length);
+    const Result result = reader();
     if (Failed(result)) return result;
     return consumed == sectionEnd ? kResultOk : kResultMalformed;
 }
@@ -110,13 +108,23 @@ Result CStream::LoadSection(bool isAsked, Reader reader) {
 Result CStream::LoadPreviews(SkipType skip, DataSection section) {
     Result result = m_nFileVersion >= Container::kVersionFlags ? LoadDataVersion() : kResultOk;
     if (Failed(result)) return result;
-    result = LoadSection(HasAny(section, DataSection::Thumbnail),
-                         [&](std::uint32_t) { return LoadThumbnail(HasAny(skip, SkipType::Thumbnail)); });
+
+    std::uint32_t length = 0;
+    result = StreamRead(*this, length);
     if (Failed(result)) return result;
-    result = LoadSection(HasAny(section, DataSection::Drm),
-                         [&](std::uint32_t) { return LoadDrm(HasAny(skip, SkipType::Drm)); });
+    result = LoadSection(length, HasAny(section, DataSection::Thumbnail),
+                         [&] { return LoadThumbnail(HasAny(skip, SkipType::Thumbnail)); });
     if (Failed(result)) return result;
-    return LoadSection(HasAny(section, DataSection::ExtendInfo | DataSection::HQThumbnail), [&](std::uint32_t length) {
+
+    result = StreamRead(*this, length);
+    if (Failed(result)) return result;
+    result =
+        LoadSection(length, HasAny(section, DataSection::Drm), [&] { return LoadDrm(HasAny(skip, SkipType::Drm)); });
+    if (Failed(result)) return result;
+
+    result = StreamRead(*this, length);
+    if (Failed(result) || length == 0) return result;
+    return LoadSection(length, HasAny(section, DataSection::ExtendInfo | DataSection::HQThumbnail), [&] {
         if (HasAny(section, DataSection::ExtendInfo)) return LoadExtendInfo(HasAny(skip, SkipType::ExtendInfo));
         return LoadHQThumbnailExtendInfo(length);
     });
@@ -255,20 +263,21 @@ Result CStream::LoadCompressData(CMemoryIoBuffer& memory, unsigned long length) 
     if (length > Container::kMaxCompressedSize) return kResultOutOfBounds;
     if (!m_pLzma) return kResultInvalidArgument;
 
-    const auto size = static_cast<std::uint32_t>(length);
-    Block block;
-    Result result =
-        ReadBlock(size, CLzmaInterFace::kSourcePadding, block,
-                  [this](void* destination, std::size_t count) { return ReadIn(destination, count, count); });
-    if (Failed(result)) return result;
-    std::uint32_t uncompressedSize = 0;
-    result = m_pLzma->GetUncompressedSize(block.get(), uncompressedSize);
-    if (!Failed(result)) result = memory.CreateBuffer(uncompressedSize);
-    if (Failed(result)) return result;
-    GetDataCompressStartTime();
-    result = m_pLzma->Decompress(block.get(), size, memory.GetMemory(), uncompressedSize, m_pProgress);
-    GetDataCompressEndTime();
-    return std::min(result, kResultOk);
+    return ResultOf([&] {
+        const auto size = static_cast<std::uint32_t>(length);
+        Block block;
+        const auto read = [this](void* destination, std::size_t count) { return ReadIn(destination, count, count); };
+        Result result = ReadBlock(size, CLzmaInterFace::kSourcePadding, block, read);
+        if (Failed(result)) return result;
+        std::uint32_t uncompressedSize = 0;
+        result = m_pLzma->GetUncompressedSize(block.get(), uncompressedSize);
+        if (!Failed(result)) result = memory.CreateBuffer(uncompressedSize);
+        if (Failed(result)) return result;
+        GetDataCompressStartTime();
+        result = m_pLzma->Decompress(block.get(), size, memory.GetMemory(), uncompressedSize, m_pProgress);
+        GetDataCompressEndTime();
+        return std::min(result, kResultOk);
+    });
 }
 
 Result CStream::LoadRawSection(unsigned int length) {

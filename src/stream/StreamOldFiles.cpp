@@ -62,6 +62,7 @@ Result CStream::ReadTextExtendInfoHead() {
 // A record of the root is marked by a name of its own, before the name of its class.
 Result CStream::ReadTextRecordHead(RecordHead& head) {
     ClassEntry& entry = *head.current;
+    entry.isSet = false;  // has no identifier
     Result result = StreamRead(*this, entry.name);
     if (Failed(result)) return result;
     head.isTopLevel = entry.name == Container::kRootName || entry.name == Container::kOldRootName;

@@ -93,12 +93,14 @@ Result CStream::ReadRecordHead(bool skip, RecordHead& head) {
 
     constexpr std::size_t kHeadSize = Container::kClassIdSize + Container::kLengthSize;
     unsigned char bytes[sizeof Container::kTopLevelMarker + kHeadSize];
+    if (sectionEnd - consumed < kHeadSize) return kResultMalformed;  // or what follows the section would be read
     Result result = ReadIn(bytes, kHeadSize, kHeadSize);
     if (Failed(result)) return result;
     const unsigned char* from = bytes;
     head.isTopLevel = LoadLittleEndian<std::int64_t>(bytes) == Container::kTopLevelMarker;
     if (head.isTopLevel) {
         from += sizeof Container::kTopLevelMarker;
+        if (sectionEnd - consumed < sizeof Container::kTopLevelMarker) return kResultMalformed;
         result = ReadIn(bytes + kHeadSize, sizeof Container::kTopLevelMarker, sizeof Container::kTopLevelMarker);
         if (Failed(result)) return result;
     }
@@ -190,7 +192,8 @@ bool CStream::IsOlderThanData(const CBase& object, ClassEntry& entry) const {
     if (own == entry.checked && entry.checkedAt == versionChanges) return false;
 
     for (const CRtti* rtti = own; rtti != nullptr; rtti = rtti->Base()) {
-        if (HasVersion(rtti) && rtti->Version().Value() < Version(rtti).Value()) return true;
+        const auto found = m_mapVersion.find(rtti);
+        if (found != m_mapVersion.end() && rtti->Version().Value() < found->second.Value()) return true;
     }
     entry.checked = own;
     entry.checkedAt = versionChanges;

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
-#include <utility>
 
 #include "io/ResultOf.h"
 #include "stream/ContainerFormat.h"
@@ -127,6 +126,7 @@ Result CStream::GatherObjects() {
 Result CStream::DataSize(unsigned int& total, unsigned int& max) {
     return ResultOf([&] {
         Result result = GatherObjects();
+        if (Failed(result)) m_vecOrdered.clear();  // a save that follows is not to write a part of them
         if (Failed(result)) return result;
 
         std::uint64_t sum = total + m_vecObject.size() * sizeof Container::kTopLevelMarker;
@@ -193,11 +193,12 @@ bool CStream::HoldsRawData() const {
 // What would leave a file that cannot be read is refused before anything is written.
 Result CStream::CheckBeforeSave(DataSection section) const {
     if (m_pIoBuffer == nullptr) return kResultInvalidArgument;
+    if (HoldsRawData() && !IsReadable(m_nFileVersion)) return kResultInvalidArgument;
     if (!HasAny(section, kAnyData)) return kResultOk;
 
     const bool isReady =
         HoldsRawData() ? isRawCompressed == m_bCompress && isRawDigested == m_bMd5 : !m_bCompress || m_pLzma;
-    return isReady && (!HoldsRawData() || IsReadable(m_nFileVersion)) ? kResultOk : kResultInvalidArgument;
+    return isReady ? kResultOk : kResultInvalidArgument;
 }
 
 Result CStream::SaveSections(DataSection section) {
@@ -338,7 +339,8 @@ Result CStream::AnnounceSection(Measure measure) {
     unsigned int total = 0;
     unsigned int max = 0;
     const Result result = measure(total, max);
-    return Failed(result) ? result : m_pIoBuffer->SetOutputInfo(total, max);
+    if (Failed(result)) return result;
+    return m_pIoBuffer == nullptr ? kResultInvalidArgument : m_pIoBuffer->SetOutputInfo(total, max);
 }
 
 Result CStream::SaveHeader() {
@@ -412,6 +414,7 @@ Result CStream::SaveExtendInfo() {
 }
 
 Result CStream::SaveData() {
+    const CScopeGuard atExit([this] { m_vecOrdered.clear(); });
     return ResultOf([&] {
         // A save that failed leaves no objects behind, and a lone writer after it gathers them anew.
         const bool isLeftover = m_bSaving && objectLog == nullptr && m_vecOrdered.empty();
@@ -426,7 +429,6 @@ Result CStream::SaveData() {
 }
 
 Result CStream::SaveObjects() {
-    const CScopeGuard atExit([this] { m_vecOrdered.clear(); });
     CObjectListLog ownLog;
     CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
     log.Append();
@@ -450,26 +452,30 @@ Result CStream::SaveObjects() {
 Result CStream::PrepareCompressData(unsigned int& size, unsigned int versionSize) {
     if (!m_pLzma) return kResultInvalidArgument;
 
-    CMemoryIoBuffer memory;
-    Result result = memory.SetOutputInfo(size, size);
-    if (Failed(result)) return result;
-    {
-        const CMemoryScope scope(*this, memory);
-        const CScopeGuard atExit([this, wasSaving = m_bSaving] { m_bSaving = wasSaving; });
-        m_bSaving = true;  // nothing is announced to the memory
-        result = WriteRecords(versionSize);
-    }
-    if (Failed(result)) return result;
+    return ResultOf([&] {
+        CMemoryIoBuffer memory;
+        Result result = memory.SetOutputInfo(size, size);
+        if (!Failed(result)) result = WriteInto(memory, versionSize);
+        if (Failed(result)) return result;
 
-    FreeCompressed();
-    GetDataCompressStartTime();
-    // That the result is not looked at is a settled rule.
-    (void)m_pLzma->Compress(memory.GetMemory(), static_cast<std::uint32_t>(memory.GetWriteSize()), m_pCompressed,
-                            m_nCompressedSize, m_pProgress, m_strName.c_str());
-    GetDataCompressEndTime();
-    if (m_pCompressed == nullptr) m_nCompressedSize = 0;
-    if (m_nCompressedSize > Container::kMaxCompressedSize) return kResultOutOfBounds;  // could not be loaded
-    return SetTotal(size, std::uint64_t{m_nCompressedSize} + DigestSize());
+        FreeCompressed();
+        GetDataCompressStartTime();
+        // That the result is not looked at is a settled rule.
+        (void)m_pLzma->Compress(memory.GetMemory(), static_cast<std::uint32_t>(memory.GetWriteSize()), m_pCompressed,
+                                m_nCompressedSize, m_pProgress, m_strName.c_str());
+        GetDataCompressEndTime();
+        if (m_pCompressed == nullptr) m_nCompressedSize = 0;
+        if (m_nCompressedSize > Container::kMaxCompressedSize) return kResultOutOfBounds;  // could not be loaded
+        return SetTotal(size, std::uint64_t{m_nCompressedSize} + DigestSize());
+    });
+}
+
+// Nothing is announced to the memory, which would begin anew.
+Result CStream::WriteInto(CMemoryIoBuffer& memory, unsigned int versionSize) {
+    const CMemoryScope scope(*this, memory);
+    const CScopeGuard atExit([this, wasSaving = m_bSaving] { m_bSaving = wasSaving; });
+    m_bSaving = true;
+    return WriteRecords(versionSize);
 }
 
 Result CStream::SaveCompressData(unsigned int /*size*/) {

@@ -1,10 +1,12 @@
 #include "string/Text.h"
 
+#include <langinfo.h>
+
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <cwctype>
 #include <optional>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -30,16 +32,18 @@ wchar_t Lower(wchar_t character) {
     return static_cast<wchar_t>(std::towlower(static_cast<wint_t>(character)));
 }
 
-// The C library knows the letters of all scripts only under a locale of characters of several bytes. Where none is in
-// force, this brings one for a scope: the text locale or, on a machine that lacks it, the C library's own.
+// The C library surely knows the letters of all scripts under a UTF-8 locale. Where none is in force, this brings one for
+// a scope: the text locale or, on a machine that lacks it, the C library's own.
 class CAllLetters {
 public:
     CAllLetters() {
-        if (MB_CUR_MAX == 1) text.emplace(kTextLocale);
-        if (MB_CUR_MAX == 1) plain.emplace("C.UTF-8");
+        if (!IsUtf8InForce()) text.emplace(kTextLocale);
+        if (!IsUtf8InForce()) plain.emplace("C.UTF-8");
     }
 
 private:
+    static bool IsUtf8InForce() { return std::string_view(::nl_langinfo(CODESET)) == "UTF-8"; }
+
     std::optional<CLocaleScope> text;
     std::optional<CLocaleScope> plain;
 };
