@@ -203,7 +203,7 @@ void Demonstrate() {
     KX::CStream stream;
     LoadFile(stream, "part.scene", DataSection::Data);
     const KX::CMissingLinkMap& missing = stream.GetMissingLink();
-    Demand(missing.size() == 1 && missing.contains(scene->GetID()), "the group above the part should be missing");
+    Demand(missing.size() == 1 && missing.contains(scene->GetID()), "the group above it should be missing");
     std::printf("a part of it: %zu objects, the link to object 1 is missing as expected\n",
                 AllNodes(dynamic_cast<CNode&>(*stream.GetObjectAt(0))).size());
 }

@@ -34,8 +34,7 @@ Result LoadFileStream(CBaseStream& stream, const wchar_t* path, SkipType skip, D
 // kResultOpenFailed       the file cannot be made
 // kResultIoFailed         Save succeeded, but the last bytes did not reach the file
 // kResultOutOfMemory
-// or what Save returned. After kResultNoSpace the file is deleted, after other failures the part of it that was written
-// stays.
+// or what Save returned. After kResultNoSpace the file is deleted, after other failures what was written of it stays.
 Result SaveFileStream(CBaseStream& stream, const wchar_t* path, DataSection section, CProgress* progress);
 
 }  // namespace KX

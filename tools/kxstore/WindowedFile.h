@@ -43,10 +43,10 @@ private:
     std::vector<unsigned char> window;
 };
 
-// Walks through a part of a file and not beyond its end.
+// Walks through a stretch of a file and not beyond its end.
 class CCursor {
 public:
-    // The name is what the messages call the part.
+    // The name is what the messages call the stretch.
     CCursor(CWindowedFile& file, std::uint64_t begin, std::uint64_t end, std::string name)
         : file(file), at(begin), end(end), name(std::move(name)) {}
 
@@ -55,7 +55,7 @@ public:
     const std::string& Name() const { return name; }
 
     // The next bytes, which live until the file's next ones are asked for. Throws Problem, named by what they were to
-    // be, where the part has not as many.
+    // be, where the stretch has not as many.
     std::span<const unsigned char> Take(std::size_t count, std::string_view what);
 
     template <std::integral T>
