@@ -2,6 +2,7 @@
 
 #include "io/FileIo.h"
 #include "io/ResultOf.h"
+#include "stream/IoStream.h"
 #include "system/NarrowPath.h"
 #include "system/System.h"
 

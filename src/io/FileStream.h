@@ -4,9 +4,12 @@
 
 #include "io/Progress.h"
 #include "io/Result.h"
-#include "stream/IoStream.h"
 
 namespace KX {
+
+class CBaseStream;
+enum class SkipType : unsigned int;
+enum class DataSection : unsigned int;
 
 // Whole files as streams, and the opening of one. Any thread may call, with a stream of its own.
 
