@@ -262,6 +262,7 @@ private:
     Result MeasureSections(DataSection section, SectionSizes& sizes);
     Result MeasureData(SectionSizes& sizes, unsigned int& max);
     Result GatherObjects();
+    Result MeasureObjects(unsigned int& total, unsigned int& max);
     unsigned int DigestSize() const;
     Result WriteHead(DataSection section, const SectionSizes& sizes);
     Result WriteData(DataSection section, const SectionSizes& sizes);

@@ -124,31 +124,34 @@ Result CStream::GatherObjects() {
 }
 
 Result CStream::DataSize(unsigned int& total, unsigned int& max) {
-    return ResultOf([&] {
-        Result result = GatherObjects();
-        if (Failed(result)) m_vecOrdered.clear();  // a save that follows is not to write a part of them
-        if (Failed(result)) return result;
-
-        std::uint64_t sum = total + m_vecObject.size() * sizeof Container::kTopLevelMarker;
-        Raise(max, sizeof Container::kTopLevelMarker);
-        CObjectListLog ownLog;
-        CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
-        log.Begin();
-        const std::size_t count = m_vecOrdered.size();
-        for (std::size_t i = 0; i < count; ++i) {
-            CBase* const object = m_vecOrdered[i];
-            const unsigned int size = object->GetDiskSize();
-            if (m_vecOrdered.size() != count) return kResultMalformed;  // an object has changed what is to be saved
-            sum += size;
-            Raise(max, size);
-            log.AddObject(*object, size);
-        }
-        unsigned int versionSize = 0;
-        result = VersionSize(versionSize, max);
-        if (Failed(result)) return result;
-        log.AddVersionSize(versionSize);
-        return SetTotal(total, sum + Container::kLengthSize + TableBytes(versionSize) + DigestSize());
+    const Result result = ResultOf([&] {
+        const Result gathered = GatherObjects();
+        return Failed(gathered) ? gathered : MeasureObjects(total, max);
     });
+    if (Failed(result)) m_vecOrdered.clear();  // what is written next is not to be a part of them
+    return result;
+}
+
+Result CStream::MeasureObjects(unsigned int& total, unsigned int& max) {
+    std::uint64_t sum = total + m_vecObject.size() * sizeof Container::kTopLevelMarker;
+    Raise(max, sizeof Container::kTopLevelMarker);
+    CObjectListLog ownLog;
+    CObjectListLog& log = objectLog == nullptr ? ownLog : *objectLog;
+    log.Begin();
+    const std::size_t count = m_vecOrdered.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        CBase* const object = m_vecOrdered[i];
+        const unsigned int size = object->GetDiskSize();
+        if (m_vecOrdered.size() != count) return kResultMalformed;  // an object has changed what is to be saved
+        sum += size;
+        Raise(max, size);
+        log.AddObject(*object, size);
+    }
+    unsigned int versionSize = 0;
+    const Result result = VersionSize(versionSize, max);
+    if (Failed(result)) return result;
+    log.AddVersionSize(versionSize);
+    return SetTotal(total, sum + Container::kLengthSize + TableBytes(versionSize) + DigestSize());
 }
 
 Result CStream::GetDiskUsed(unsigned int& size) {
