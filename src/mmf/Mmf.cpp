@@ -10,16 +10,11 @@
 #include "mmf/BlockHandle.h"
 #include "mmf/MmfManager.h"
 #include "mmf/StoreFolder.h"
+#include "mmf/TouchBlock.h"
 #include "system/System.h"
 
 namespace KX {
 namespace {
-
-// Blocks up to this size are mapped whole when they are new, larger ones in windows of it.
-constexpr unsigned long kTouchWindow = 0x1000000;
-
-// Where no backing file has bytes any more, whatever the size of its block (see OpenFile4MMF).
-constexpr unsigned long kLongestFile = 0x100000000;
 
 bool IsStore(int index) {
     return static_cast<unsigned int>(index) < std::size(g_aFixMmfManager);
@@ -36,13 +31,6 @@ bool AllocInFirstStoreWithRoom(unsigned long size, unsigned int& handle) {
     return false;
 }
 
-void TouchInWindows(unsigned int handle, unsigned long size) {
-    for (unsigned long offset = 0; offset < std::min(size, kLongestFile); offset += kTouchWindow) {
-        const unsigned long length = std::min(kTouchWindow, size - offset);
-        CMmf::UnMapWindow(handle, CMmf::MapWindow(handle, offset, length), length);
-    }
-}
-
 }  // namespace
 
 bool CMmf::MemAlloc(unsigned long size, unsigned int& handle, bool bMap, unsigned char** ppAddr) {
@@ -50,7 +38,7 @@ bool CMmf::MemAlloc(unsigned long size, unsigned int& handle, bool bMap, unsigne
     if (!AllocInFirstStoreWithRoom(size, handle)) return false;
 
     if (size > kTouchWindow) {
-        TouchInWindows(handle, size);
+        TouchInWindows(GlobalStoreOf(handle), handle, size);
         if (bMap) *ppAddr = Map(handle);
         return true;
     }

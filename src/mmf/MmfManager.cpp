@@ -10,10 +10,15 @@
 #include <utility>
 #include <vector>
 
+#include "io/FileIo.h"
+#include "io/ResultOf.h"
 #include "mmf/BlockHandle.h"
+#include "mmf/HeaderFormat.h"
 #include "mmf/ShareMmfObj.h"
 #include "mmf/StoreFolder.h"
 #include "mmf/UnsharedMmfObj.h"
+#include "stream/Stream.h"
+#include "stream/StreamText.h"
 #include "string/Path.h"
 #include "system/NarrowPath.h"
 #include "system/System.h"
@@ -21,7 +26,6 @@
 namespace {
 
 constexpr wchar_t kFolderName[] = L"KXTmp";
-constexpr wchar_t kHeaderSuffix[] = L".mmfheader";
 
 std::wstring DefaultDirectory() {
     std::wstring path;
@@ -37,6 +41,12 @@ bool IsSystemTmpPath(const wchar_t* directory) {
 
 int BlockNumber(unsigned int handle) {
     return static_cast<int>(BlockHandle::BlockOf(handle));
+}
+
+// Without a store. Null: out of memory.
+std::unique_ptr<CMmfObj> NewObject(bool isShareable) {
+    if (isShareable) return std::unique_ptr<CMmfObj>(new (std::nothrow) CShareMmfObj);
+    return std::unique_ptr<CMmfObj>(new (std::nothrow) CUnsharedMmfObj);
 }
 
 }  // namespace
@@ -82,6 +92,7 @@ KX::Result CMmfManager::MemFree(unsigned int handle) {
         bool isEmpty = false;
         const KX::Result result = object->MemFree(BlockNumber(handle), isEmpty);
         if (KX::Failed(result)) return result;
+        ++freedCount;
         if (isEmpty) {
             totalSize -= object->GetFileSize();
             Destroy(index);
@@ -111,9 +122,17 @@ void CMmfManager::UnMap(unsigned int handle) {
 }
 
 unsigned char* CMmfManager::MapWindow(unsigned int handle, unsigned long offset, unsigned long length) {
+    bool isInMemory = false;
+    return MapWindow(handle, offset, length, isInMemory);
+}
+
+unsigned char* CMmfManager::MapWindow(unsigned int handle, unsigned long offset, unsigned long length,
+                                      bool& isInMemory) {
     const CKXCriticalSectionSmartLock guard(lock);
     CMmfObj* const object = Find(handle);
-    return object == nullptr ? nullptr : object->MapWindow(BlockNumber(handle), offset, length);
+    if (object == nullptr) return nullptr;
+    isInMemory = object->IsInMemory();
+    return object->MapWindow(BlockNumber(handle), offset, length);
 }
 
 void CMmfManager::UnMapWindow(unsigned int handle, void* address, unsigned long length) {
@@ -138,8 +157,9 @@ void CMmfManager::Finalize() {
     for (std::size_t index = 0; index < objects.size(); ++index) {
         if (objects[index] != nullptr) Destroy(index);
     }
+    ++freedCount;
     try {
-        const std::wstring headerFile = directory + prefix + kHeaderSuffix;
+        const std::wstring headerFile = HeaderFilePath();
         if (KX::CSystem::FileExists(headerFile, false)) KX::CSystem::DeleteFileByName(headerFile);
     } catch (const std::exception&) {
         // No memory for the name: the header file stays.
@@ -159,6 +179,40 @@ void CMmfManager::DeleteMMFDirectory(const wchar_t* folder) {
     } catch (const std::exception&) {
         // No memory for the listing: nothing is printed.
     }
+}
+
+// Gaps are looked for first, so that the file of an earlier save is not emptied for nothing.
+KX::Result CMmfManager::SaveHeaderFile() {
+    return KX::ResultOf([this] {
+        const CKXCriticalSectionSmartLock guard(lock);
+        if (std::ranges::count(objects, nullptr) > 0) return KX::kResultInvalidArgument;
+
+        KX::CFileIo file;
+        KX::CStream stream;
+        (void)stream.SetIoBuffer(&file);  // cannot fail
+        KX::Result result = file.Save(HeaderFilePath().c_str());
+        if (KX::Failed(result)) return result;
+        result = WriteHeader(stream);
+        if (KX::Failed(result)) return result;
+        result = file.Flush();  // what Close does not tell
+        return KX::Failed(result) ? result : file.Close();
+    });
+}
+
+KX::Result CMmfManager::LoadHeaderFile() {
+    return KX::ResultOf([this] {
+        const CKXCriticalSectionSmartLock guard(lock);
+        // Nothing but gaps is no object: the loaded ones are to have the numbers that they had.
+        if (std::ranges::all_of(objects, [](const CMmfObj* object) { return object == nullptr; })) objects = {};
+
+        KX::CFileIo file;
+        KX::CStream stream;
+        (void)stream.SetIoBuffer(&file);  // cannot fail
+        KX::Result result = file.Open(HeaderFilePath().c_str());
+        if (KX::Failed(result)) return result;
+        result = ReadHeader(stream);
+        return KX::Failed(result) ? result : file.Close();
+    });
 }
 
 // The file is made without the lock, as it may take long; the limit is read without it, too.
@@ -211,8 +265,8 @@ bool CMmfManager::HasFreeNumber() {
 
 bool CMmfManager::IsOverLimit(unsigned long size) const {
     if (sizeLimit == 0) return false;
-    const std::uint64_t taken = totalSize;
-    return size > sizeLimit || taken > sizeLimit - size;
+    // The sum wraps around once blocks of a loaded header have been freed, as the total has by then.
+    return size > sizeLimit || totalSize + size > sizeLimit;
 }
 
 // The entry that the next object takes: the first null one, or the end of the list.
@@ -251,4 +305,44 @@ void CMmfManager::Destroy(std::size_t index) {
     objects[index] = nullptr;
     freeRuns.Set(index, 0);
     freeEntryHint = std::min(freeEntryHint, index);
+}
+
+std::wstring CMmfManager::HeaderFilePath() const {
+    return directory + prefix + HeaderFormat::kSuffix;
+}
+
+KX::Result CMmfManager::WriteHeader(KX::CIoStream& stream) {
+    KX::Result result = KX::StreamWrite(stream, static_cast<std::uint32_t>(objects.size()));
+    for (CMmfObj* const object : objects) {
+        if (KX::Failed(result)) return result;
+        result = KX::StreamWrite(stream, object->IsShareable() ? HeaderFormat::kShared : HeaderFormat::kUnshared);
+        if (!KX::Failed(result)) result = object->SaveHeader(stream, directory.c_str());
+    }
+    return result;
+}
+
+KX::Result CMmfManager::ReadHeader(KX::CIoStream& stream) {
+    std::uint32_t count = 0;
+    KX::Result result = KX::StreamRead(stream, count);
+    for (std::uint32_t index = 0; index < count && !KX::Failed(result); ++index) result = LoadObject(stream, index);
+    return result;
+}
+
+// Until it is loaded the new object holds nothing, and is offered no blocks.
+KX::Result CMmfManager::LoadObject(KX::CIoStream& stream, std::size_t index) {
+    std::uint8_t kind = 0;
+    KX::Result result = KX::StreamRead(stream, kind);
+    if (KX::Failed(result)) return result;
+    if (objects.size() == BlockHandle::kMaxObjects) return KX::kResultMalformed;
+
+    std::unique_ptr<CMmfObj> object = NewObject(kind != HeaderFormat::kUnshared);
+    if (object == nullptr || !freeRuns.Reserve(objects.size() + 1)) return KX::kResultOutOfMemory;
+    result = objects.Add(object.get());
+    if (KX::Failed(result)) return result;
+    (void)object.release();
+
+    if (objects[index] == nullptr) return KX::kResultInvalidArgument;
+    result = objects[index]->LoadHeader(stream, directory.c_str());
+    if (!KX::Failed(result)) freeRuns.Set(index, objects[index]->FreeRunBound());
+    return result;
 }

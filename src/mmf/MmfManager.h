@@ -14,6 +14,10 @@
 #include "mmf/MmfObj.h"
 #include "mmf/StoreInitializer.h"
 
+namespace KX {
+class CIoStream;
+}
+
 // One block store: its backing objects, and the handles that name the blocks in them (mmf/BlockHandle.h, with 0 in
 // the store bits, which are ignored in the handles that come in).
 //
@@ -24,7 +28,7 @@
 // Units:     bytes.
 // Errors:    false, null, 0 or a Result; nothing throws. A mapping that the system refuses comes back as
 //            MAP_FAILED. A handle of a block that is gone gives null or 0, or does nothing.
-// Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock.
+// Threads:   any, but for SetDirectory and the header file, which need a quiet store. Addresses are used without a lock.
 class CMmfManager {
 public:
     // A store in the folder "KXTmp" under the system's temporary folder, with prefix "KX_" and no size limit.
@@ -54,10 +58,33 @@ public:
     void UnMap(unsigned int handle);
     unsigned char* MapWindow(unsigned int handle, unsigned long offset, unsigned long length);
     void UnMapWindow(unsigned int handle, void* address, unsigned long length);
+    // The same, telling also whether the window is one of a heap buffer, and thus not a mapping of its own.
+    unsigned char* MapWindow(unsigned int handle, unsigned long offset, unsigned long length, bool& isInMemory);
 
     // The block's room, which is that of its slots in a shared object, and its number of whole-block maps.
     unsigned long GetSize(unsigned int handle);
     unsigned long GetRefCount(unsigned int handle);
+    // Blocks freed so far; Finalize counts as one. While it stays as it is, every block is still the one that it was.
+    std::uint64_t GetFreedCount() const { return freedCount; }
+
+    // Writes the header file, folder + prefix + ".mmfheader", in place of an earlier one, which is left alone where the
+    // header cannot be saved at all; a failure on the way leaves it cut short. docs/header-format.md tells its layout.
+    //
+    // kResultInvalidArgument  the list of objects has a gap where one has gone
+    // kResultOpenFailed, kResultIoFailed, kResultOutOfMemory
+    KX::Result SaveHeaderFile();
+    // Adds the objects of the header file to the list and opens their backing files, as LoadHeader of each class tells.
+    // Made for a store that holds no objects: the object of that number in the list is the one to be loaded, and one
+    // that is there already refuses. The total of the sizes does not count what is loaded, but loses it when it is
+    // freed, and wraps around, as callers have settled on.
+    //
+    // kResultOpenFailed       there is no header file, or it cannot be read
+    // kResultIoFailed         it is cut short; kResultFail: inside a name
+    // kResultMalformed        an object that cannot be; more objects than have a number
+    // kResultInvalidArgument  an object is in the way
+    // kResultOutOfMemory
+    // After a failure the objects that came before it are in the list, and a last one that holds nothing.
+    KX::Result LoadHeaderFile();
 
     // Destroys every object, with its blocks and its file, and deletes the store's header file. The store can be
     // used again afterwards. Prints what is left in the folder; see DeleteMMFDirectory.
@@ -72,6 +99,10 @@ private:
     bool AllocShared(unsigned long size, unsigned int& handle);
     bool AllocInPresentObject(unsigned long size, unsigned int& handle) KX_REQUIRES(lock);
     bool IsOverLimit(unsigned long size) const;
+    std::wstring HeaderFilePath() const;
+    KX::Result WriteHeader(KX::CIoStream& stream) KX_REQUIRES(lock);
+    KX::Result ReadHeader(KX::CIoStream& stream) KX_REQUIRES(lock);
+    KX::Result LoadObject(KX::CIoStream& stream, std::size_t index) KX_REQUIRES(lock);
     bool HasFreeNumber();
     std::size_t FirstFreeEntry() KX_REQUIRES(lock);
     bool Record(std::unique_ptr<CMmfObj> object, unsigned int block, unsigned int& handle) KX_REQUIRES(lock);
@@ -87,6 +118,7 @@ private:
     std::atomic<std::uint64_t> totalSize = 0;  // file sizes of all objects; atomic, as large requests read it unlocked
     CKXCriticalSection lock;                   // taken before the lock of any object
 
+    std::atomic<std::uint64_t> freedCount = 0;          // atomic, as buffers over blocks read it unlocked
     CFreeRunIndex freeRuns KX_GUARDED_BY(lock);         // FreeRunBound of each object
     std::size_t freeEntryHint KX_GUARDED_BY(lock) = 0;  // no entry below it is null
 };

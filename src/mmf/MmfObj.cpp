@@ -1,10 +1,12 @@
 #include "mmf/MmfObj.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -12,6 +14,10 @@
 #include <exception>
 #include <iterator>
 
+#include "mmf/FileMapping.h"
+#include "mmf/HeaderFormat.h"
+#include "stream/StreamText.h"
+#include "string/Path.h"
 #include "system/NarrowPath.h"
 #include "system/System.h"
 
@@ -45,6 +51,25 @@ std::wstring BackingFilePath(const wchar_t* prefix, const wchar_t* directory) {
     return path;
 }
 
+// Where the last byte of a store's file stands. Wraps around in 32 bits, in which the size is taken, too: callers know
+// the files of stores of 4 GiB and more as shorter than these.
+unsigned int LastByteOf(unsigned int size) {
+    return size + 1;
+}
+
+// A failure shows when the missing pages are to be mapped.
+void GrowFile(int descriptor, unsigned int size) {
+    if (size == 0 || !MayWriteAt(LastByteOf(size))) return;
+    const char lastByte = 0;
+    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, LastByteOf(size));
+}
+
+// Whether the file ends before so many bytes.
+bool IsShorter(int descriptor, std::uint64_t bytes) {
+    struct stat file {};
+    return ::fstat(descriptor, &file) != 0 || static_cast<std::uint64_t>(file.st_size) < bytes;
+}
+
 }  // namespace
 
 wchar_t* GetTempFileName(const wchar_t* directory, const wchar_t* prefix, unsigned char /*unique*/, wchar_t* out) {
@@ -61,14 +86,7 @@ int OpenFile4MMF(std::wstring path, unsigned int size) {
     // the names can be foreseen, and somebody else's link would have his choice of file grown and written.
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
     const int descriptor = ::open(KX::NarrowPath(path).c_str(), flags, 0600);
-    if (descriptor == -1 || size == 0) return descriptor;
-
-    // size + 1 wraps around in 32 bits, as the size itself came in cut to them: callers know the files of stores of
-    // 4 GiB and more as shorter than these. A failure to grow shows when the pages are touched.
-    const unsigned int end = size + 1;
-    if (!MayWriteAt(end)) return descriptor;
-    const char lastByte = 0;
-    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, end);
+    if (descriptor != -1) GrowFile(descriptor, size);
     return descriptor;
 }
 
@@ -108,6 +126,29 @@ unsigned long CMmfObj::GetRefCount(unsigned int /*block*/) {
     return 0;
 }
 
+KX::Result CMmfObj::SaveHeader(KX::CIoStream& stream, const wchar_t* /*directory*/) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const KX::Result result = KX::StreamWrite(stream, KX::GetPathFilename(filePath));
+    return KX::Failed(result) ? result : KX::StreamWrite(stream, static_cast<std::uint32_t>(fileSize));
+}
+
+KX::Result CMmfObj::LoadHeader(KX::CIoStream& stream, const wchar_t* directory) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (directory == nullptr || HasStore()) return KX::kResultInvalidArgument;
+
+    std::wstring name;
+    KX::Result result = KX::StreamRead(stream, name);
+    if (KX::Failed(result)) return result;
+    if (!HeaderFormat::IsName(name)) return KX::kResultMalformed;
+    std::uint32_t size = 0;
+    result = KX::StreamRead(stream, size);
+    if (KX::Failed(result)) return result;
+
+    if (!name.empty()) filePath = directory + name;
+    fileSize = size;
+    return KX::kResultOk;
+}
+
 unsigned int CMmfObj::FreeRunBound() {
     return 0;
 }
@@ -131,7 +172,10 @@ bool CMmfObj::CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, 
 KX::Result CMmfObj::MappingFile() {
     const CKXCriticalSectionSmartLock guard(lock);
     if (TakeHeap(fileSize)) return KX::kResultOk;
-    if (fd == -1) fd = OpenBackingFile(fileSize);
+    if (fd != -1) return KX::kResultOk;
+    const auto size = static_cast<unsigned int>(fileSize);  // modulo 2^32, as when it was made
+    fd = OpenBackingFile(0);
+    if (fd != -1 && IsShorter(fd, std::uint64_t{LastByteOf(size)} + 1)) GrowFile(fd, size);
     return KX::kResultOk;
 }
 
@@ -157,6 +201,11 @@ void CMmfObj::DestroyMemMapFile() {
     fileSize = 0;
 }
 
+bool CMmfObj::IsInMemory() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    return bInMemory;
+}
+
 std::uint64_t CMmfObj::GetFileSize() {
     const CKXCriticalSectionSmartLock guard(lock);
     return fileSize;
@@ -171,6 +220,22 @@ int CMmfObj::OpenBackingFile(std::uint64_t size) const noexcept {
     }
 }
 
+unsigned char* CMmfObj::MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const {
+    const std::uint64_t made = std::uint64_t{LastByteOf(static_cast<unsigned int>(storeSize))} + 1;
+    if (IsShorter(fd, std::min(made, offset + length))) return static_cast<unsigned char*>(MAP_FAILED);
+    return MapFile(fd, length, offset);
+}
+
+void CMmfObj::ForgetFile() {
+    const CKXCriticalSectionSmartLock guard(lock);
+    filePath.clear();
+    fileSize = 0;
+}
+
+bool CMmfObj::HasStore() const {
+    return fd != -1 || heapBuffer != nullptr || !filePath.empty();
+}
+
 // Makes the heap buffer of an object that wants one. Without the memory the object turns to its file.
 bool CMmfObj::TakeHeap(std::uint64_t size) {
     if (!bInMemory) return false;
@@ -183,7 +248,7 @@ bool CMmfObj::TakeHeap(std::uint64_t size) {
 // now: then it is made again.
 void CMmfObj::OpenInFolder(const std::string& folder, std::uint64_t size) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // sizes are taken modulo 2^32 here
+        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // modulo 2^32: see LastByteOf
         if (fd != -1 || errno != ENOENT || !MakeFolder(folder)) return;
     }
 }

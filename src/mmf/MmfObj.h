@@ -6,6 +6,10 @@
 #include "io/Result.h"
 #include "mmf/CriticalSection.h"
 
+namespace KX {
+class CIoStream;
+}
+
 // One backing store of the block store: a temporary file that is mapped on demand, or a heap buffer in place of it.
 // The base class owns the store and its lock; the classes derived from it place blocks in it.
 //
@@ -48,6 +52,18 @@ public:
     virtual unsigned long GetSize(unsigned int block);
     virtual unsigned long GetRefCount(unsigned int block);
 
+    // Writes and reads the object's record in a header file, but for the byte that tells its class. This class has the
+    // name of the backing file, without its folder, and the size. Loading is for an object without a store; it opens the
+    // file in the folder, making or growing it where it is missing or too short. After a failure the object is without
+    // one still. An empty name opens nothing.
+    //
+    // kResultInvalidArgument  the object has a store already, or the folder is null
+    // kResultMalformed        the name is not one of a file in a folder, or what the record says cannot be
+    // kResultFail             the record ends inside the name
+    // or what the stream answers
+    virtual KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory);
+    virtual KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory);
+
     // A length in slots that no run of free slots exceeds; 0 for a class that shares nothing. It may be too large,
     // never too small, so that a request above it need not be tried.
     virtual unsigned int FreeRunBound();
@@ -56,12 +72,15 @@ public:
     // heap if bInMemory is set and they can be had, else a sparse file. False: prefix or directory is null or
     // empty. A file that cannot be opened is not reported here; mapping it fails later.
     bool CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, unsigned long size);
-    // Makes the store of an object whose name and size came from elsewhere. Always kResultOk.
+    // Makes the store of an object whose name and size came from elsewhere. A file that is long enough stays as it is.
+    // Always kResultOk.
     KX::Result MappingFile();
     // Frees the heap buffer, closes and deletes the file.
     void DestroyMemMapFile();
 
     bool IsShareable() const { return bShareable; }
+    // Whether the store is a heap buffer.
+    bool IsInMemory();
     // The size of the store, 0 when there is none.
     std::uint64_t GetFileSize();
 
@@ -76,8 +95,15 @@ protected:
 
     // Reopens the backing file; -1 also where memory for its name is short.
     int OpenBackingFile(std::uint64_t size) const noexcept KX_REQUIRES(lock);
+    // Maps a part of the backing file of a store of that size. MAP_FAILED also where the file ends before the part, or
+    // before the length that the store gave it: touching what is missing would end the process.
+    unsigned char* MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const
+        KX_REQUIRES(lock);
+    // Takes back the name and the size that LoadHeader has read, after a failure to read the rest.
+    void ForgetFile();
 
 private:
+    bool HasStore() const KX_REQUIRES(lock);
     bool TakeHeap(std::uint64_t size) KX_REQUIRES(lock);
     void OpenInFolder(const std::string& folder, std::uint64_t size) KX_REQUIRES(lock);
 };

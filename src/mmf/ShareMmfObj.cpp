@@ -6,9 +6,12 @@
 #include <cstring>
 #include <exception>
 #include <iterator>
+#include <span>
+#include <utility>
 
 #include "mmf/FileMapping.h"
 #include "mmf/Window.h"
+#include "stream/StreamText.h"
 
 namespace {
 
@@ -90,7 +93,7 @@ unsigned char* CShareMmfObj::MapWindow(int block, unsigned long offset, unsigned
 
     mapping->mappedLength = length;
     const unsigned long start = mapping->firstSlot * kSlotSize + offset;
-    return bInMemory ? heapBuffer + start : MapFile(fd, length, start);
+    return bInMemory ? heapBuffer + start : MapBackingFile(kStoreSize, length, start);
 }
 
 void CShareMmfObj::UnMapWindow(void* address, unsigned long length) {
@@ -117,6 +120,25 @@ unsigned long CShareMmfObj::GetRefCount(unsigned int block) {
     const CKXCriticalSectionSmartLock guard(lock);
     const CMapping* const mapping = Find(block);
     return mapping == nullptr ? 0 : mapping->refCount;
+}
+
+KX::Result CShareMmfObj::SaveHeader(KX::CIoStream& stream, const wchar_t* directory) {
+    const KX::Result result = CMmfObj::SaveHeader(stream, directory);
+    if (KX::Failed(result)) return result;
+    const CKXCriticalSectionSmartLock guard(lock);
+    return WriteBlocks(stream);
+}
+
+KX::Result CShareMmfObj::LoadHeader(KX::CIoStream& stream, const wchar_t* directory) {
+    KX::Result result = CMmfObj::LoadHeader(stream, directory);
+    if (KX::Failed(result)) return result;
+    {
+        const CKXCriticalSectionSmartLock guard(lock);
+        result = ReadBlocks(stream);
+    }
+    if (!KX::Failed(result)) return MappingFile();
+    ForgetFile();
+    return result;
 }
 
 unsigned int CShareMmfObj::FreeRunBound() {
@@ -161,6 +183,53 @@ CShareMmfObj::CMapping* CShareMmfObj::Find(unsigned int block) {
     return block < kSlotCount ? mappingAt[block] : nullptr;
 }
 
+KX::Result CShareMmfObj::WriteBlocks(KX::CIoStream& stream) const {
+    KX::Result result = KX::StreamWrite(stream, static_cast<std::uint32_t>(mappings.size()));
+    for (const auto& [slot, mapping] : mappings) {
+        if (!KX::Failed(result)) result = KX::StreamWrite(stream, static_cast<std::uint32_t>(mapping.firstSlot));
+        if (!KX::Failed(result)) result = KX::StreamWrite(stream, static_cast<std::uint32_t>(mapping.slotCount));
+    }
+    return KX::Failed(result) ? result : stream.WriteOut(slotUsed.data(), slotUsed.size());
+}
+
+KX::Result CShareMmfObj::ReadBlocks(KX::CIoStream& stream) {
+    Mappings blocks;
+    Slots used{};
+    KX::Result result = ReadPlaces(stream, blocks, used);
+    if (KX::Failed(result)) return result;
+    Slots flags;
+    result = stream.ReadIn(flags.data(), flags.size(), flags.size());
+    if (KX::Failed(result)) return result;
+
+    // A block's own slots are used whatever the flags say: another block in its place would overwrite it.
+    std::ranges::transform(flags, used, slotUsed.begin(),
+                           [](unsigned char flag, unsigned char block) { return flag != 0 || block != 0 ? 1 : 0; });
+    mappings = std::move(blocks);
+    for (auto& [slot, mapping] : mappings) mappingAt[slot] = &mapping;
+    freeRunBound = FindFirstRun(kSlotCount).length;
+    return KX::kResultOk;
+}
+
+// No two blocks share a slot, so the slots end before a number of blocks that may claim anything.
+KX::Result CShareMmfObj::ReadPlaces(KX::CIoStream& stream, Mappings& blocks, Slots& used) {
+    std::uint32_t count = 0;
+    KX::Result result = KX::StreamRead(stream, count);
+    for (; count > 0 && !KX::Failed(result); --count) {
+        std::uint32_t first = 0;
+        std::uint32_t slots = 0;
+        result = KX::StreamRead(stream, first);
+        if (!KX::Failed(result)) result = KX::StreamRead(stream, slots);
+        if (KX::Failed(result)) return result;
+
+        if (slots == 0 || !IsWindowInside(kSlotCount, first, slots)) return KX::kResultMalformed;
+        const auto place = std::span(used).subspan(first, slots);
+        if (std::ranges::count(place, 0) != static_cast<std::ptrdiff_t>(slots)) return KX::kResultMalformed;
+        std::ranges::fill(place, 1);
+        blocks.emplace(first, CMapping{first, slots});
+    }
+    return result;
+}
+
 void CShareMmfObj::MapWhole(CMapping& mapping) {
     mapping.mappedLength = mapping.slotCount * kSlotSize;
     const unsigned long start = mapping.firstSlot * kSlotSize;
@@ -171,7 +240,7 @@ void CShareMmfObj::MapWhole(CMapping& mapping) {
     // Each first map opens the file anew; views made through the descriptor before stay valid.
     if (fd != -1) ::close(fd);
     fd = OpenBackingFile(0);
-    mapping.mappedAddress = MapFile(fd, mapping.mappedLength, start);
+    mapping.mappedAddress = MapBackingFile(kStoreSize, mapping.mappedLength, start);
 }
 
 void CShareMmfObj::UnmapWhole(CMapping& mapping) const {

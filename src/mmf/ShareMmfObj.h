@@ -43,10 +43,16 @@ public:
     void UnMap(int block) override;
     unsigned long GetSize(unsigned int block) override;
     unsigned long GetRefCount(unsigned int block) override;
+    // The record adds the blocks, by first slot, and the slot flags. What was a heap buffer is a file after loading, and
+    // the blocks are zeros unless it was one before. kResultMalformed: a block that has no slots, leads past the last
+    // one, or overlaps another. A slot counts as used where its flag says so, and where there is a block.
+    KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory) override;
+    KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory) override;
     unsigned int FreeRunBound() override;
 
 private:
     using Mappings = KX::CMap<unsigned long, CMapping>;
+    using Slots = std::array<unsigned char, kSlotCount>;
 
     // A run of free slots, or none of the length asked for and the longest one there is.
     struct FreeRun {
@@ -57,12 +63,15 @@ private:
     FreeRun FindFirstRun(std::size_t wanted) const KX_REQUIRES(lock);
     std::size_t FreeRunAround(Mappings::iterator block) KX_REQUIRES(lock);
     CMapping* Find(unsigned int block) KX_REQUIRES(lock);
+    KX::Result WriteBlocks(KX::CIoStream& stream) const KX_REQUIRES(lock);
+    KX::Result ReadBlocks(KX::CIoStream& stream) KX_REQUIRES(lock);
+    static KX::Result ReadPlaces(KX::CIoStream& stream, Mappings& blocks, Slots& used);
     void MapWhole(CMapping& mapping) KX_REQUIRES(lock);
     void UnmapWhole(CMapping& mapping) const KX_REQUIRES(lock);
 
-    std::array<unsigned char, kSlotCount> slotUsed KX_GUARDED_BY(lock){};  // 1 where a block stands
-    Mappings mappings KX_GUARDED_BY(lock);                                 // by first slot
-    std::array<CMapping*, kSlotCount> mappingAt KX_GUARDED_BY(lock){};     // the same, found without a search
+    Slots slotUsed KX_GUARDED_BY(lock){};                               // 1 where a block stands
+    Mappings mappings KX_GUARDED_BY(lock);                              // by first slot
+    std::array<CMapping*, kSlotCount> mappingAt KX_GUARDED_BY(lock){};  // the same, found without a search
     std::size_t freeRunBound KX_GUARDED_BY(lock) = kSlotCount;
     bool hasHeapViews KX_GUARDED_BY(lock) = false;  // the store is, or was until it went, a heap buffer
 };

@@ -3,20 +3,12 @@
 #include <sys/mman.h>
 
 #include "mmf/MmfManager.h"
-#include "mmf/Window.h"
 
 namespace KX {
-namespace {
 
-// To the users of a view a mapping that the system refused is no mapping.
-unsigned char* NullIfRefused(unsigned char* address) {
-    return address == MAP_FAILED ? nullptr : address;
+CKXSmartMap::CKXSmartMap(unsigned int handle) : handle(handle), address(GlobalStoreOf(handle).Map(handle)) {
+    if (address == MAP_FAILED) address = nullptr;  // to the users of a view a refused mapping is none
 }
-
-}  // namespace
-
-CKXSmartMap::CKXSmartMap(unsigned int handle)
-    : handle(handle), address(NullIfRefused(GlobalStoreOf(handle).Map(handle))) {}
 
 CKXSmartMap::~CKXSmartMap() {
     GlobalStoreOf(handle).UnMap(handle);
@@ -31,24 +23,12 @@ const unsigned char* CKXSmartMap::GetMapAddress(const unsigned char* fallback) c
 }
 
 CKXSmartWindowMap::CKXSmartWindowMap(unsigned int handle, unsigned int windowSize)
-    : windowSize(windowSize), handle(handle) {}
+    : window(&GlobalStoreOf(handle), handle, windowSize) {}
 
-CKXSmartWindowMap::~CKXSmartWindowMap() {
-    if (address != nullptr) GlobalStoreOf(handle).UnMapWindow(handle, address, length);
-}
+CKXSmartWindowMap::~CKXSmartWindowMap() = default;
 
 unsigned char* CKXSmartWindowMap::GetMapAddress(unsigned char* base, unsigned long offset) {
-    if (base != nullptr) return base + offset;
-    if (offset == currentOffset) return address;
-
-    CMmfManager& store = GlobalStoreOf(handle);
-    store.UnMapWindow(handle, address, length);
-    const std::uint64_t blockSize = store.GetSize(handle);
-    length =
-        IsWindowInside(blockSize, offset, windowSize) ? windowSize : static_cast<std::uint32_t>(blockSize - offset);
-    address = NullIfRefused(store.MapWindow(handle, offset, length));
-    currentOffset = offset;
-    return address;
+    return window.GetMapAddress(base, offset);
 }
 
 }  // namespace KX

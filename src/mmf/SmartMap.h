@@ -1,8 +1,7 @@
 #pragma once
 
-#include <cstdint>
-
 #include "KxApi.h"
+#include "mmf/BlockWindow.h"
 #include "mmf/StoreInitializer.h"
 
 namespace KX {
@@ -43,13 +42,7 @@ public:
     unsigned char* GetMapAddress(unsigned char* base, unsigned long offset);
 
 private:
-    static constexpr std::uint64_t kNoOffset = 0xFFFFFFFF;
-
-    std::uint64_t currentOffset = kNoOffset;
-    unsigned int windowSize;
-    unsigned int handle;
-    unsigned char* address = nullptr;
-    std::uint64_t length = 0;
+    CBlockWindow window;
 };
 
 }  // namespace KX

@@ -2,6 +2,7 @@
 
 #include "mmf/FileMapping.h"
 #include "mmf/Window.h"
+#include "stream/StreamText.h"
 
 CUnsharedMmfObj::CUnsharedMmfObj() : CMmfObj(false) {}
 
@@ -40,7 +41,7 @@ unsigned char* CUnsharedMmfObj::Map(int block) {
 
     if (refCount == 0) {
         mappedLength = fileSize;
-        mappedAddress = MapFile(fd, fileSize, 0);
+        mappedAddress = MapBackingFile(fileSize, fileSize, 0);
     }
     ++refCount;
     return mappedAddress;
@@ -51,7 +52,7 @@ unsigned char* CUnsharedMmfObj::MapWindow(int block, unsigned long offset, unsig
     if (block != 0 || !IsWindowInside(fileSize, offset, length)) return nullptr;
 
     mappedLength = length;
-    return MapFile(fd, length, offset);
+    return MapBackingFile(fileSize, length, offset);
 }
 
 void CUnsharedMmfObj::UnMapWindow(void* address, unsigned long length) {
@@ -75,6 +76,32 @@ unsigned long CUnsharedMmfObj::GetSize(unsigned int block) {
 unsigned long CUnsharedMmfObj::GetRefCount(unsigned int block) {
     const CKXCriticalSectionSmartLock guard(lock);
     return block == 0 ? refCount : 0;
+}
+
+KX::Result CUnsharedMmfObj::SaveHeader(KX::CIoStream& stream, const wchar_t* directory) {
+    KX::Result result = CMmfObj::SaveHeader(stream, directory);
+    const CKXCriticalSectionSmartLock guard(lock);
+    if (!KX::Failed(result)) result = KX::StreamWrite(stream, static_cast<std::uint8_t>(bAllocated));
+    return KX::Failed(result) ? result : KX::StreamWrite(stream, static_cast<std::uint32_t>(refCount));
+}
+
+KX::Result CUnsharedMmfObj::LoadHeader(KX::CIoStream& stream, const wchar_t* directory) {
+    KX::Result result = CMmfObj::LoadHeader(stream, directory);
+    if (KX::Failed(result)) return result;
+    std::uint8_t allocated = 0;
+    std::uint32_t maps = 0;
+    result = KX::StreamRead(stream, allocated);
+    if (!KX::Failed(result)) result = KX::StreamRead(stream, maps);
+    if (KX::Failed(result)) {
+        ForgetFile();
+        return result;
+    }
+    {
+        const CKXCriticalSectionSmartLock guard(lock);
+        bAllocated = allocated != 0;
+        refCount = maps;
+    }
+    return MappingFile();
 }
 
 void CUnsharedMmfObj::UnmapWhole() {

@@ -23,6 +23,10 @@ public:
     void UnMap(int block) override;
     unsigned long GetSize(unsigned int block) override;
     unsigned long GetRefCount(unsigned int block) override;
+    // The record adds whether the block is allocated, and the low 32 bits of the count of its maps. A count above 0 is
+    // kept, so that the next Map only counts, and gives null: save while nothing is mapped.
+    KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory) override;
+    KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory) override;
 
 private:
     void UnmapWhole() KX_REQUIRES(lock);

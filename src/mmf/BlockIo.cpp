@@ -1,0 +1,106 @@
+#include "mmf/BlockIo.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "io/FileIo.h"
+#include "mmf/MmfManager.h"
+#include "mmf/Window.h"
+
+namespace KX {
+
+CBlockIo::CBlockIo() = default;
+CBlockIo::~CBlockIo() = default;
+
+Result CBlockIo::Close() {
+    if (!hasView) return kResultNothingDone;
+
+    ReleaseView();
+    hasView = false;
+    return kResultOk;
+}
+
+bool CBlockIo::CheckFileExist(std::wstring name) const {
+    return CFileIo().CheckFileExist(std::move(name));
+}
+
+Result CBlockIo::ReadIn(void* destination, unsigned long /*capacity*/, unsigned long count, CProgress* /*progress*/) {
+    if (destination == nullptr && count > 0) return kResultInvalidArgument;
+    auto* to = static_cast<unsigned char*>(destination);
+    return Transfer(count, [&to](const unsigned char* block, unsigned long piece) {
+        std::memcpy(to, block, piece);
+        to += piece;
+    });
+}
+
+Result CBlockIo::WriteOut(const void* source, unsigned long count, CProgress* /*progress*/) {
+    if (source == nullptr && count > 0) return kResultInvalidArgument;
+    const auto* from = static_cast<const unsigned char*>(source);
+    return Transfer(count, [&from](unsigned char* block, unsigned long piece) {
+        std::memcpy(block, from, piece);
+        from += piece;
+    });
+}
+
+Result CBlockIo::Skip(unsigned long count) {
+    if (!hasView) return kResultInvalidArgument;
+    if (!IsWindowInside(dataSize, position, count)) return kResultFail;
+
+    position += count;
+    return kResultOk;
+}
+
+bool CBlockIo::HasRoom(std::uint64_t from, std::uint64_t count) const {
+    return handle != 0 && IsWindowInside(StoreOf(handle)->GetSize(handle), from, count);
+}
+
+void CBlockIo::FreeBlock() {
+    if (handle == 0) return;
+
+    if (view) view->Release();
+    (void)StoreOf(handle)->MemFree(handle);  // somebody else may have freed it
+    handle = 0;
+}
+
+Result CBlockIo::ReplaceBlock(unsigned long size) {
+    FreeBlock();
+    const bool isAllocated = Allocate(size, handle);
+    if (view && handle != 0) OpenView();  // the open one is of the old block
+    return isAllocated ? kResultOk : kResultOutOfMemory;
+}
+
+void CBlockIo::OpenView() {
+    view.emplace(StoreOf(handle), handle, kWindowSize);
+    hasView = true;
+}
+
+// Windows start at multiples of their size, so that each one is mapped once in a pass.
+template <typename Copy>
+Result CBlockIo::Transfer(unsigned long count, Copy copy) {
+    if (!view || handle == 0) return kResultInvalidArgument;
+    if (!IsWindowInside(dataSize, position, count)) {
+        position = dataSize;
+        return kResultFail;
+    }
+    if (count == 0) return kResultOk;
+    const std::uint64_t blockSize = view->CheckBlock();
+    if (blockSize == 0) return kResultInvalidArgument;
+    if (!IsWindowInside(blockSize, position, count)) return kResultOutOfBounds;
+
+    while (count > 0) {
+        const unsigned long inWindow = position % kWindowSize;
+        const unsigned long piece = std::min(count, kWindowSize - inWindow);
+        unsigned char* const window = view->GetMapAddress(nullptr, position - inWindow);
+        if (window == nullptr) {
+            view->Release();  // so that the next access tries again
+            return kResultIoFailed;
+        }
+        copy(window + inWindow, piece);
+        position += piece;
+        count -= piece;
+    }
+    return kResultOk;
+}
+
+}  // namespace KX

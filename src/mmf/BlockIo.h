@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "KxApi.h"
+#include "io/IoBuffer.h"
+#include "mmf/BlockWindow.h"
+
+class CMmfManager;
+
+namespace KX {
+
+// What the buffers over a block of a store have in common. The block is reached through a view, of which at most one
+// window of 16 MiB is mapped at any time. Block and view come and go independently of each other.
+//
+// Units:  bytes. One position serves reading, writing and skipping. The data size bounds all three; it is not always
+//         that of the block.
+// Errors: ReadIn and WriteOut give, in this order, and copy nothing but in the last case:
+//         kResultInvalidArgument  no view is open, no block is held, or a null is to be copied from or to
+//         kResultFail             the data size would be passed; the position is moved to the data size
+//         kResultInvalidArgument  the block was freed by somebody else
+//         kResultOutOfBounds      the block, smaller than the data size, would be passed
+//         kResultIoFailed         the system refuses to map a window; what came before it is copied and counted
+//         Skip asks for a view alone: kResultInvalidArgument, or kResultFail with the position as it was.
+// Blocks: where the buffer frees its block under its open view, the next access goes to the block that is held then. A
+//         block that somebody else frees is found out, also where its number is given out again: then the buffer goes
+//         to the new block of that number.
+class KX_API CBlockIo : public CIoBuffer {
+public:
+    ~CBlockIo() override;
+
+    // The block that is held, 0 for none.
+    unsigned int GetHandle() const { return handle; }
+    // Frees the block, if one is held. The view stays open.
+    void Remove() { FreeBlock(); }
+    void Reset() { position = 0; }
+    // Closes the view; the block is kept. kResultNothingDone: none was open.
+    Result Close();
+
+    bool IsBufferEnd() const override { return position == dataSize; }
+    // Whether a file of that name exists, as CFileIo tells.
+    bool CheckFileExist(std::wstring name) const override;
+    // The data size.
+    unsigned long GetSize() const override { return dataSize; }
+    // Always 0.
+    unsigned long GetRemainingSize() const override { return 0; }
+    // Neither capacity nor progress are looked at.
+    Result ReadIn(void* destination, unsigned long capacity, unsigned long count, CProgress* progress) override;
+    Result WriteOut(const void* source, unsigned long count, CProgress* progress) override;
+    Result Skip(unsigned long count) override;
+
+protected:
+    CBlockIo();
+
+    // The store that the block of that handle is in.
+    virtual CMmfManager* StoreOf(unsigned int block) const = 0;
+    // False: no block, with a handle of 0; or one that could not be mapped.
+    virtual bool Allocate(unsigned long size, unsigned int& block) = 0;
+
+    // Whether the block that is held has room for so many bytes from that position on.
+    bool HasRoom(std::uint64_t from, std::uint64_t count) const;
+    // Frees the block that is held, its window first. An open view stays open.
+    void FreeBlock();
+    // Takes a new block in place of the one that is held, whose content is gone. kResultOutOfMemory.
+    Result ReplaceBlock(unsigned long size);
+    // Opens a view of the block that is held, in place of one that is open.
+    void OpenView();
+    // Lets the view go.
+    void ReleaseView() { view.reset(); }
+
+    unsigned int handle = 0;
+    std::uint64_t position = 0;
+    std::uint64_t dataSize = 0;
+    bool hasView = false;  // as callers are told; after CMmfIo::Save one that is gone
+
+private:
+    template <typename Copy>
+    Result Transfer(unsigned long count, Copy copy);
+
+    static constexpr unsigned int kWindowSize = 0x1000000;
+
+    std::optional<CBlockWindow> view;
+};
+
+}  // namespace KX
