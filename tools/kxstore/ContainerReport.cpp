@@ -3,14 +3,12 @@
 #include <fmt/format.h>
 
 #include <map>
-#include <nlohmann/json.hpp>
 
 #include "Progress.h"
+#include "ReportParts.h"
 
 namespace KxStore {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string Hex(std::int64_t id) {
     return fmt::format("0x{:016X}", static_cast<std::uint64_t>(id));
@@ -78,12 +76,6 @@ Json JsonSection(const Section& section) {
     return json;
 }
 
-Json JsonProblems(const std::vector<Problem>& problems) {
-    Json json = Json::array();
-    for (const Problem& problem : problems) json.push_back({{"offset", problem.offset}, {"what", problem.what}});
-    return json;
-}
-
 Json Document(const std::string& path, const Container& container) {
     Json sections = Json::array();
     for (const Section& section : container.sections) sections.push_back(JsonSection(section));
@@ -102,19 +94,6 @@ Json Document(const std::string& path, const Container& container) {
                     {"is", NameOf(container.rest)}};
     json["problems"] = JsonProblems(container.problems);
     return json;
-}
-
-// A line of the table; what has no place of its own in the file stands below what it belongs to.
-std::string Line(std::uint64_t offset, std::uint64_t size, const std::string& what) {
-    return fmt::format("{:>12}  {:>12}  {}\n", offset, size, what);
-}
-
-std::string Below(const std::string& what) {
-    return fmt::format("{:28}  {}\n", "", what);
-}
-
-std::string Plural(std::uint64_t count, const char* one, const char* many) {
-    return fmt::format("{} {}", count, count == 1 ? one : many);
 }
 
 std::string TextHeader(const ContainerHeader& header) {
@@ -183,13 +162,6 @@ std::string TextRest(const Container& container) {
     return Line(container.restOffset, size, what);
 }
 
-std::string TextProblems(const std::vector<Problem>& problems) {
-    if (problems.empty()) return "\nno problem found\n";
-    std::string text = fmt::format("\n{}:\n", Plural(problems.size(), "problem", "problems"));
-    for (const Problem& problem : problems) text += fmt::format("{:>12}  {}\n", problem.offset, problem.what);
-    return text;
-}
-
 }  // namespace
 
 std::string ToText(const std::string& path, const Container& container) {
@@ -199,14 +171,13 @@ std::string ToText(const std::string& path, const Container& container) {
     for (const Section& section : container.sections) rows.emplace(section.offset, TextSection(section));
     if (container.dataVersion) rows.emplace(container.dataVersion->offset, TextDataVersion(*container.dataVersion));
 
-    std::string text = fmt::format("{}: container of an object stream, {} bytes\n\n{:>12}  {:>12}  what\n",
-                                   VisibleText(path), container.size, "offset", "bytes");
+    std::string text = TableHead(path, "container of an object stream", container.size);
     for (const auto& [offset, row] : rows) text += row;
     return text + TextRest(container) + TextProblems(container.problems);
 }
 
 std::string ToJson(const std::string& path, const Container& container) {
-    return Document(path, container).dump(2, ' ', false, Json::error_handler_t::replace) + '\n';
+    return Dump(Document(path, container));
 }
 
 }  // namespace KxStore
