@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "ContainerReport.h"
+#include "HeaderReport.h"
 #include "Output.h"
 
 namespace KxStore {
@@ -18,18 +19,22 @@ CWindowedFile Open(const std::string& path) {
     }
 }
 
-int InspectContainer(const InspectOptions& options, CWindowedFile& file) {
-    const Container container = ReadContainer(file);
-    Print(options.isJson ? ToJson(options.path, container) : ToText(options.path, container));
-    return container.problems.empty() ? 0 : 1;
+bool IsHeader(const InspectOptions& options) {
+    return options.kind.empty() ? options.path.ends_with(".mmfheader") : options.kind == kHeaderKind;
+}
+
+template <typename T>
+int Report(const InspectOptions& options, const T& file) {
+    Print(options.isJson ? ToJson(options.path, file) : ToText(options.path, file));
+    return file.problems.empty() ? 0 : 1;
 }
 
 }  // namespace
 
-// Where files of another kind are to be told from containers, this is the place.
 int Inspect(const InspectOptions& options) {
     CWindowedFile file = Open(options.path);
-    return InspectContainer(options, file);
+    if (IsHeader(options)) return Report(options, ReadHeaderFile(file, options.path));
+    return Report(options, ReadContainer(file));
 }
 
 }  // namespace KxStore

@@ -4,8 +4,12 @@
 
 namespace KxStore {
 
+inline constexpr const char* kContainerKind = "container";
+inline constexpr const char* kHeaderKind = "header";
+
 struct InspectOptions {
     std::string path;
+    std::string kind;  // one of the above; told by the file's name where it is empty
     bool isJson = false;
 };
 

@@ -33,8 +33,12 @@ void CWindowedFile::Fill(std::uint64_t offset, std::size_t needed) {
     }
 }
 
-std::span<const unsigned char> CCursor::Take(std::size_t count, std::string_view what) {
+void CCursor::Require(std::uint64_t count, std::string_view what) const {
     if (count > Left()) throw Problem{at, fmt::format("{} ends inside {}", name, what)};
+}
+
+std::span<const unsigned char> CCursor::Take(std::size_t count, std::string_view what) {
+    Require(count, what);
     const std::span<const unsigned char> bytes = file.Get(at, count);
     at += count;
     return bytes;

@@ -54,8 +54,10 @@ public:
     std::uint64_t Left() const { return end - at; }
     const std::string& Name() const { return name; }
 
-    // The next bytes, which live until the file's next ones are asked for. Throws Problem, named by what they were to
-    // be, where the stretch has not as many.
+    // Throws Problem, named by what the next bytes were to be, where the stretch has not as many.
+    void Require(std::uint64_t count, std::string_view what) const;
+
+    // The next bytes, which live until the file's next ones are asked for. Throws as Require does.
     std::span<const unsigned char> Take(std::size_t count, std::string_view what);
 
     template <std::integral T>

@@ -66,8 +66,14 @@ void AddHold(CLI::App& program, KxStore::HoldOptions& options) {
 
 CLI::App* AddInspect(CLI::App& program, KxStore::InspectOptions& options) {
     CLI::App* const inspect = program.add_subcommand(
-        "inspect", "Tell what the container of an object stream holds, and at which offsets it is damaged");
-    inspect->add_option("FILE", options.path, "The container")->required();
+        "inspect",
+        "Tell what the container of an object stream or the header file of a block store holds, and at which "
+        "offsets it is damaged. A header's backing files are looked for beside it. Blocks of shared objects "
+        "that were held in memory, as is usual, never reach a file and end with their process: that file is "
+        "reported as missing");
+    inspect->add_option("FILE", options.path, "The container or header file")->required();
+    inspect->add_option("--kind", options.kind, "What FILE is (default: a header if its name ends in .mmfheader)")
+        ->check(CLI::IsMember({KxStore::kContainerKind, KxStore::kHeaderKind}));
     inspect->add_flag("--json", options.isJson, "Report in JSON");
     return inspect;
 }
@@ -79,7 +85,8 @@ int ExitFor(const CLI::App& program, const CLI::ParseError& error) {
 }
 
 int Run(int argc, char** argv, KxStore::CProgress& progress) {
-    CLI::App program("Puts the block stores to work on real files, and looks into files of object streams", "kxstore");
+    CLI::App program("Puts the block stores to work on real files, and looks into the files of streams and stores",
+                     "kxstore");
     program.require_subcommand(1);
     KxStore::HoldOptions holdOptions;
     AddHold(program, holdOptions);
