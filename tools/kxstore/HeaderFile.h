@@ -12,13 +12,7 @@ namespace KxStore {
 
 // What the header file of a block store tells of the store's objects, and what stands beside it under their names.
 // Nothing but the header file is opened. All offsets are those of the file, all sizes in bytes.
-//
-//   file:     number of objects (4), the objects
-//   object:   kind (1; 0 unshared, else shared), length of its name (4), the name (2 for each character), size (4),
-//             and then
-//   unshared: whether its block is in use (1), its count of maps (4)
-//   shared:   number of blocks (4), the blocks, a flag for each of the 1024 slots (1)
-//   block:    first slot (4), number of slots (4)
+// mmf/HeaderFormat.h has the layout.
 
 // The most blocks that are listed, whatever the file holds; the others are counted. Behind so many problems, no more
 // of a file is read.

@@ -11,6 +11,7 @@
 
 #include "HeaderFile.h"
 #include "mmf/BlockHandle.h"
+#include "mmf/HeaderFormat.h"
 #include "mmf/ShareMmfObj.h"
 #include "system/NarrowPath.h"
 
@@ -135,7 +136,7 @@ void CHeaderReader::ReadObjects() {
 
 void CHeaderReader::ReadObject(StoredObject& object) {
     object.offset = cursor.At();
-    const bool isShared = Take<std::uint8_t>(object, "the kind") != 0;
+    const bool isShared = Take<std::uint8_t>(object, "the kind") != HeaderFormat::kUnshared;
     ReadName(object);
     ReadSize(object, isShared);
     isShared ? ReadShared(object) : ReadUnshared(object);
