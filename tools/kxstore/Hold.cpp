@@ -184,12 +184,6 @@ std::size_t CHoldJob::RunPiece(Pass pass, CSourceReader& reader, Memory memory) 
     return count;
 }
 
-std::string FolderFor(const HoldOptions& options) {
-    std::string folder = options.folder;
-    if (folder.empty()) KX::CMmf::GetTmpDirForOSX(folder);
-    return folder;
-}
-
 // Takes out the files that no block can hold; the sizes of the others add up without wrapping around.
 void RefuseTooLarge(std::vector<SourceFile>& files, CHoldJob& job) {
     std::erase_if(files, [&job](const SourceFile& file) {
@@ -211,7 +205,7 @@ void HoldAll(const HoldOptions& options, std::span<const SourceFile> files, CHol
 }  // namespace
 
 int Hold(const HoldOptions& options, CProgress& progress) {
-    CStores stores(FolderFor(options));
+    CStores stores(options.folder);
     CHoldJob job(stores, progress, options.atOnce);
 
     std::vector<SourceFile> files = FindSourceFiles(

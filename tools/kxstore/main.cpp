@@ -15,6 +15,7 @@
 #include "Progress.h"
 #include "Signals.h"
 #include "Stores.h"
+#include "Survive.h"
 
 namespace {
 
@@ -78,6 +79,22 @@ CLI::App* AddInspect(CLI::App& program, KxStore::InspectOptions& options) {
     return inspect;
 }
 
+CLI::App* AddSurvive(CLI::App& program, KxStore::SurviveOptions& options) {
+    CLI::App* const survive = program.add_subcommand(
+        "survive",
+        "Kill a process that writes to the blocks of a private store, and compare every byte in another one");
+    survive->add_option("--blocks", options.blocks, "How many blocks (default: 4)")
+        ->check(CLI::Range(1U, KxStore::kMostSurvivors));
+    survive->add_option("--size", options.blockSize, "Of each block, more than 64 MiB (default: 96 MiB)")
+        ->transform(CLI::AsSizeValue(false))
+        ->transform(CLI::Validator(RefuseWrapping, "SIZE"))  // comes first
+        ->check(CLI::Range(KxStore::kLargestSharedBlock + 1, KxStore::kLargestBlock));
+    survive->add_flag("--json", options.isJson, "Report in JSON");
+    survive->add_option("--folder", options.folder,
+                        "Where the store's own folder is made (default: the system's temporary folder)");
+    return survive;
+}
+
 int ExitFor(const CLI::App& program, const CLI::ParseError& error) {
     const int status = program.exit(error);
     std::cout.flush();
@@ -92,12 +109,15 @@ int Run(int argc, char** argv, KxStore::CProgress& progress) {
     AddHold(program, holdOptions);
     KxStore::InspectOptions inspectOptions;
     const CLI::App* const inspect = AddInspect(program, inspectOptions);
+    KxStore::SurviveOptions surviveOptions;
+    const CLI::App* const survive = AddSurvive(program, surviveOptions);
     try {
         program.parse(Arguments(argc, argv));
     } catch (const CLI::ParseError& error) {
         return ExitFor(program, error);
     }
     if (*inspect) return KxStore::Inspect(inspectOptions);
+    if (*survive) return KxStore::Survive(surviveOptions, progress);
     return KxStore::Hold(holdOptions, progress);
 }
 
