@@ -101,7 +101,7 @@ public:
     static const KX::CRtti kRtti;
     const KX::CRtti* GetRtti() const override { return &kRtti; }
 
-    static constexpr std::uint16_t kMaxEdge = 512;
+    static constexpr std::uint16_t kMaxEdge = 4096;  // 64 MiB, more than which no file is believed
     std::uint16_t width = 0, height = 0;
     std::vector<std::uint8_t> pixels;  // 4 bytes each
 
