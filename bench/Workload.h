@@ -15,6 +15,8 @@ void RegisterSequentialBench(std::uint64_t blockSize);
 void RegisterEncodingBench();
 void RegisterMd5Bench();
 void RegisterFileIoBench();
+void RegisterBlockIoBench(std::uint64_t blockSize);
+void RegisterHeaderBench(bool isQuick);
 void RegisterContainerBench(bool isQuick);
 
 // Have the medians of two benchmarks of a run compared: the time of ours / the time of the peer, or its inverse,

@@ -66,6 +66,8 @@ int main(int argc, char** argv) {
     RegisterEncodingBench();
     RegisterMd5Bench();
     RegisterFileIoBench();
+    RegisterBlockIoBench(isQuick ? kQuickSequentialSize : kSequentialSize);
+    RegisterHeaderBench(isQuick);
     RegisterContainerBench(isQuick);
     return RunAndCompare(isStrict) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
