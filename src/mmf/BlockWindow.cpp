@@ -15,9 +15,8 @@ CBlockWindow::CBlockWindow(CMmfManager* store, unsigned int handle, unsigned int
     blockSize = store->GetSize(handle);
 }
 
-unsigned char* CBlockWindow::GetMapAddress(unsigned char* base, unsigned long offset) {
-    if (base != nullptr) return base + offset;
-    if (offset == currentOffset || store == nullptr) return address;
+unsigned char* CBlockWindow::MapAt(unsigned long offset) {
+    if (store == nullptr) return nullptr;
 
     Release();
     const std::uint64_t size = store->GetSize(handle);

@@ -24,7 +24,10 @@ public:
     // base + offset if the caller has a mapping already. Otherwise the address of the window that starts at the offset,
     // which lies on a page boundary; the window is cut where the block ends, and lives until another offset is asked
     // for. Null: it could not be mapped, and is not tried again before another offset was asked for.
-    unsigned char* GetMapAddress(unsigned char* base, unsigned long offset);
+    unsigned char* GetMapAddress(unsigned char* base, unsigned long offset) {
+        if (base != nullptr) return base + offset;
+        return offset == currentOffset ? address : MapAt(offset);
+    }
 
     // Gives the window back; the next one that is asked for is mapped afresh.
     void Release();
@@ -34,6 +37,8 @@ public:
     std::uint64_t CheckBlock();
 
 private:
+    unsigned char* MapAt(unsigned long offset);
+
     static constexpr std::uint64_t kNoOffset = 0xFFFFFFFF;
 
     std::uint64_t currentOffset = kNoOffset;
