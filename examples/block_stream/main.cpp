@@ -1,8 +1,8 @@
-// Keeps object streams in blocks instead of files: saves a scene of 100,000 objects, with a picture, into a block of a global
-// store and into one of a private store, loads it back and compares every field.
+// Keeps object streams in blocks instead of files: saves a scene of 100,000 objects, with a picture, into a block of a
+// global store and into one of a private store, loads it back and compares every field.
 //
-// The block:  size of the container (8 bytes), container. The container would do; but the room of a block may be larger,
-//             and the size lets others copy the container out without loading it.
+// The block:  size of the container (8 bytes), container. The container would do; but the room of a block may be
+//             larger, and the size lets others copy the container out without loading it.
 #include <clocale>
 #include <cstdint>
 #include <cstdio>
@@ -30,8 +30,8 @@ struct SSample {
     std::uint16_t pictureEdge;
 };
 
-// All that an application adds to the buffer over a global store: how it counts. The one position is right for both, as a
-// pass either reads or writes.
+// All that an application adds to the buffer over a global store: how it counts. The one position is right for both, as
+// a pass either reads or writes.
 class CSceneBlock : public KX::CMmfIo {
 public:
     unsigned long GetReadSize() const override { return position; }
@@ -49,10 +49,10 @@ unsigned int PrepareToSave(KX::CStream& stream, const SSample& sample) {
     return size;
 }
 
-// Into a block that has room for both. Mind the sizes: Save announces the whole container to the buffer before its first
-// byte, and where the block has no room for that many bytes BEHIND THE POSITION, the buffer replaces it by a new one of
-// the announced size. The head is lost then, and the container, which starts behind it, does not fit: Save fails when it
-// has all but ended.
+// Into a block that has room for both. Mind the sizes: Save announces the whole container to the buffer before its
+// first byte, and where the block has no room for that many bytes BEHIND THE POSITION, the buffer replaces it by a new
+// one of the announced size. The head is lost then, and the container, which starts behind it, does not fit: Save fails
+// when it has all but ended.
 void WriteHeadAndContainer(KX::CBlockIo& block, KX::CStream& stream, std::uint64_t size) {
     Check(block.SetOutputInfo(kHeadSize + size, 0), "cannot open the block");  // Create opens no view of it
     Check(stream.SetIoBuffer(&block), "cannot set the buffer");

@@ -6,8 +6,8 @@
 #include "SceneObjects.h"
 #include "stream/Stream.h"
 
-// A scene for demonstrations: how it is made, handed to a stream, and found again in a stream that was loaded. What goes
-// wrong is thrown as std::runtime_error.
+// A scene for demonstrations: how it is made, handed to a stream, and found again in a stream that was loaded. What
+// goes wrong is thrown as std::runtime_error.
 
 inline constexpr KX::DataSection kPreviews =
     KX::DataSection::Thumbnail | KX::DataSection::Drm | KX::DataSection::ExtendInfo;

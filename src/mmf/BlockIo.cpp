@@ -51,21 +51,28 @@ Result CBlockIo::Skip(unsigned long count) {
     return kResultOk;
 }
 
+void CBlockIo::TakeBlock(unsigned int block) {
+    handle = block;
+    serial = block == 0 ? 0 : StoreOf(block)->GetSerial(block);
+}
+
 bool CBlockIo::HasRoom(std::uint64_t from, std::uint64_t count) const {
-    return handle != 0 && IsWindowInside(StoreOf(handle)->GetSize(handle), from, count);
+    return IsBlockThere() && IsWindowInside(StoreOf(handle)->GetSize(handle), from, count);
 }
 
 void CBlockIo::FreeBlock() {
     if (handle == 0) return;
 
     if (view) view->Release();
-    (void)StoreOf(handle)->MemFree(handle);  // somebody else may have freed it
+    if (IsBlockThere()) (void)StoreOf(handle)->MemFree(handle);  // which a handle of nothing fails
     handle = 0;
 }
 
 Result CBlockIo::ReplaceBlock(unsigned long size) {
     FreeBlock();
-    const bool isAllocated = Allocate(size, handle);
+    unsigned int block = 0;
+    const bool isAllocated = Allocate(size, block);
+    TakeBlock(block);
     if (view && handle != 0) OpenView();  // the open one is of the old block
     return isAllocated ? kResultOk : kResultOutOfMemory;
 }
@@ -75,18 +82,25 @@ void CBlockIo::OpenView() {
     hasView = true;
 }
 
+// The handle may stand for another block by now. One that named nothing when it was taken is believed.
+bool CBlockIo::IsBlockThere() const {
+    return handle != 0 && (serial == 0 || StoreOf(handle)->GetSerial(handle) == serial);
+}
+
+// The position is left at the end on purpose: a reader that goes by it stops.
+Result CBlockIo::RefusePastEnd() {
+    position = dataSize;
+    return kResultFail;
+}
+
 // Windows start at multiples of their size, so that each one is mapped once in a pass.
 template <typename Copy>
 Result CBlockIo::Transfer(unsigned long count, Copy copy) {
     if (!view || handle == 0) return kResultInvalidArgument;
-    if (!IsWindowInside(dataSize, position, count)) {
-        position = dataSize;
-        return kResultFail;
-    }
+    if (!IsWindowInside(dataSize, position, count)) return RefusePastEnd();
     if (count == 0) return kResultOk;
-    const std::uint64_t blockSize = view->CheckBlock();
-    if (blockSize == 0) return kResultInvalidArgument;
-    if (!IsWindowInside(blockSize, position, count)) return kResultOutOfBounds;
+    if (!view->CheckBlock()) return kResultInvalidArgument;
+    if (!IsWindowInside(view->GetRoom(), position, count)) return RefusePastEnd();
 
     while (count > 0) {
         const unsigned long inWindow = position % kWindowSize;

@@ -17,16 +17,16 @@ namespace KX {
 //
 // Units:  bytes. One position serves reading, writing and skipping. The data size bounds all three; it is not always
 //         that of the block.
-// Errors: ReadIn and WriteOut give, in this order, and copy nothing but in the last case:
-//         kResultInvalidArgument  no view is open, no block is held, or a null is to be copied from or to
-//         kResultFail             the data size would be passed; the position is moved to the data size
-//         kResultInvalidArgument  the block was freed by somebody else
-//         kResultOutOfBounds      the block, smaller than the data size, would be passed
+// Errors: ReadIn and WriteOut give, and copy nothing but in the last case:
+//         kResultInvalidArgument  no view is open, no block is held, it was freed by somebody else, or a null is to be
+//                                 copied from or to
+//         kResultFail             the data size would be passed, or the block where that is smaller, or its file where
+//                                 it has 4 GiB and more (see CMmf). The position is moved to the data size
 //         kResultIoFailed         the system refuses to map a window; what came before it is copied and counted
 //         Skip asks for a view alone: kResultInvalidArgument, or kResultFail with the position as it was.
 // Blocks: where the buffer frees its block under its open view, the next access goes to the block that is held then. A
-//         block that somebody else frees is found out, also where its number is given out again: then the buffer goes
-//         to the new block of that number.
+//         block that somebody else frees is found out, also where its handle is given out again: the buffer neither
+//         touches nor frees the new one before it is opened. Each block freed in a store costs its buffers a look-up.
 class KX_API CBlockIo : public CIoBuffer {
 public:
     ~CBlockIo() override;
@@ -59,6 +59,8 @@ protected:
     // False: no block, with a handle of 0; or one that could not be mapped.
     virtual bool Allocate(unsigned long size, unsigned int& block) = 0;
 
+    // Holds the block of that handle from now on.
+    void TakeBlock(unsigned int block);
     // Whether the block that is held has room for so many bytes from that position on.
     bool HasRoom(std::uint64_t from, std::uint64_t count) const;
     // Frees the block that is held, its window first. An open view stays open.
@@ -71,11 +73,14 @@ protected:
     void ReleaseView() { view.reset(); }
 
     unsigned int handle = 0;
+    std::uint64_t serial = 0;  // of the block when it was taken
     std::uint64_t position = 0;
     std::uint64_t dataSize = 0;
     bool hasView = false;  // as callers are told; after CMmfIo::Save one that is gone
 
 private:
+    bool IsBlockThere() const;
+    Result RefusePastEnd();
     template <typename Copy>
     Result Transfer(unsigned long count, Copy copy);
 

@@ -2,6 +2,10 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <limits>
+
+#include "mmf/BackingFile.h"
 #include "mmf/FileMapping.h"
 #include "mmf/MmfManager.h"
 #include "mmf/Window.h"
@@ -10,9 +14,7 @@ namespace KX {
 
 CBlockWindow::CBlockWindow(CMmfManager* store, unsigned int handle, unsigned int windowSize)
     : windowSize(windowSize), handle(handle), store(store) {
-    if (store == nullptr) return;
-    blocksFreedThen = store->GetFreedCount();
-    blockSize = store->GetSize(handle);
+    (void)CheckBlock();  // notes which block it is
 }
 
 unsigned char* CBlockWindow::MapAt(unsigned long offset) {
@@ -36,15 +38,22 @@ void CBlockWindow::Release() {
     currentOffset = kNoOffset;
 }
 
-std::uint64_t CBlockWindow::CheckBlock() {
-    if (store == nullptr) return 0;
-    const std::uint64_t blocksFreed = store->GetFreedCount();
-    if (blocksFreed == blocksFreedThen) return blockSize;
+bool CBlockWindow::CheckBlock() {
+    if (store == nullptr) return false;
+    const std::uint64_t freed = store->GetFreedCount();
+    if (freed == checkedAt && serial != 0) return true;
 
-    Release();
-    blocksFreedThen = blocksFreed;
-    blockSize = store->GetSize(handle);
-    return blockSize;
+    const std::uint64_t now = store->GetSerial(handle);
+    if (serial == 0) serial = now;
+    if (now == 0 || now != serial) {
+        Release();
+        return false;
+    }
+    checkedAt = freed;
+    const std::uint64_t size = store->GetSize(handle);
+    const bool isLong = size > std::numeric_limits<std::uint32_t>::max();
+    room = isLong ? std::min(size, BackingFileLength(size)) : size;
+    return true;
 }
 
 }  // namespace KX

@@ -32,9 +32,12 @@ public:
     // Gives the window back; the next one that is asked for is mapped afresh.
     void Release();
 
-    // The size of the block, 0 where it has gone. When blocks of the store were freed since the last call, this one's
-    // number may stand for another block by now: then the window is released first.
-    std::uint64_t CheckBlock();
+    // Whether the block is still the one that it was when this object came, or first found one. False, with the window
+    // given back: it was freed, even if its handle was given out again.
+    bool CheckBlock();
+    // The bytes of the block that can be touched, as of the last CheckBlock: all of them, unless its file is shorter by
+    // the rules of stores of 4 GiB and more.
+    std::uint64_t GetRoom() const { return room; }
 
 private:
     unsigned char* MapAt(unsigned long offset);
@@ -48,9 +51,10 @@ private:
     std::uint64_t length = 0;
 
     CMmfManager* store;
-    bool isInMemory = false;            // the window is one of a heap buffer, and nothing to unmap
-    std::uint64_t blockSize = 0;        // as it was
-    std::uint64_t blocksFreedThen = 0;  // when the store had freed so many
+    bool isInMemory = false;   // the window is one of a heap buffer, and nothing to unmap
+    std::uint64_t serial = 0;  // of the block, 0 before it was there
+    std::uint64_t room = 0;
+    std::uint64_t checkedAt = 0;  // when the store had freed so many blocks
 };
 
 }  // namespace KX

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-// The header file of a store: which backing objects there are, and which blocks they hold. docs/header-format.md tells it
-// for people. Integers are little-endian; there is no magic number and no version.
+// The header file of a store: which backing objects there are, and which blocks they hold. docs/header-format.md tells
+// it for people. Integers are little-endian; there is no magic number and no version.
 //
 //   file      number of objects (4), then so many records
 //   record    kind (1), length of the name (4), the name (2 for each character), size (4), and what its kind adds:
@@ -17,10 +17,12 @@ inline constexpr wchar_t kSuffix[] = L".mmfheader";
 inline constexpr std::uint8_t kUnshared = 0;
 inline constexpr std::uint8_t kShared = 1;  // read from any number but 0
 
-// Whether a name stays within its folder: a header that came from elsewhere must not have files opened, or deleted, in
-// other places. The empty name is one: it opens nothing.
+// Whether a name can be that of a backing file. It stays within its folder: a header that came from elsewhere must not
+// have files opened, or deleted, in other places. Nor is it that of a header file, which would grow while it is read.
+// The empty name is one: it opens nothing.
 inline bool IsName(const std::wstring& name) {
-    return name.find_first_of(std::wstring(L"/\\\0", 3)) == std::wstring::npos && name != L"." && name != L"..";
+    if (name.find_first_of(std::wstring(L"/\\\0", 3)) != std::wstring::npos) return false;
+    return name != L"." && name != L".." && !name.ends_with(kSuffix);
 }
 
 }  // namespace HeaderFormat

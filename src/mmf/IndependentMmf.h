@@ -19,8 +19,8 @@ namespace KX {
 // Units:     bytes.
 // Errors:    nothing throws. Without an Initialize that succeeded, operations give kResultInvalidArgument, null, 0 or
 //            false. A handle of nothing gives null or 0, or does nothing.
-// Threads:   blocks are used from any thread, as in CMmf. The count, Initialize, SetDirectory and the header file belong
-//            to one thread at a time, with no other one in the store.
+// Threads:   blocks are used from any thread, as in CMmf. The count, Initialize, SetDirectory and the header file
+//            belong to one thread at a time, with no other one in the store.
 class KX_API CIndependentMmf {
 public:
     CIndependentMmf();
@@ -39,14 +39,16 @@ public:
     Result Initialize();
 
     // Chooses prefix and folder of the objects to come and of the header file, as CMmf::SetDirectory does, but answers
-    // the other way round, as callers have settled on: false when both were taken, and the size limit was not; true when
-    // they were refused, and the limit was taken (bytes, 0 for none).
+    // the other way round, as callers have settled on: false when both were taken, and the size limit was not; true
+    // when they were refused, and the limit was taken (bytes, 0 for none).
     bool SetDirectory(const wchar_t* prefix, const wchar_t* directory, unsigned int sizeLimit);
 
     // Allocates a block and touches it once, a large one in windows of 16 MiB. False: size is 0, with the handle as it
-    // was; no room, with a handle of 0; or a block of at most 16 MiB could not be mapped, which stays allocated.
+    // was; no room, with a handle of 0; or a block of at most 16 MiB could not be mapped (but a mapping that the system
+    // refuses is no such case, see Map), which stays allocated.
     bool MemAlloc(unsigned long size, unsigned int& handle);
-    // Frees the block, and sets the handle to 0 in any case. kResultInvalidArgument: it named no block.
+    // Frees the block, and sets the handle to 0 in any case. kResultInvalidArgument: it named no object, or no block of
+    // a shared one; kResultOk where the object has gone.
     Result MemFree(unsigned int& handle);
 
     // As in CMmf. An address is void here, and may be MAP_FAILED.
@@ -57,10 +59,10 @@ public:
     unsigned long GetSize(unsigned int handle);
 
     // Writes down which backing files there are and which blocks they hold (docs/header-format.md), in the file
-    // folder + prefix + ".mmfheader", in place of an earlier one. Bytes that are written to the blocks afterwards need no
-    // other save; blocks that are allocated or freed do. Blocks of more than 64 MiB survive the process if it ends
-    // without destroying the store: killed, by _exit, or with a holder that is never let go. Smaller blocks live in heap
-    // buffers and are lost with the process: put what is to survive into a block of more than 64 MiB.
+    // folder + prefix + ".mmfheader", in place of an earlier one. Bytes that are written to the blocks afterwards need
+    // no other save; blocks that are allocated or freed do. Blocks of more than 64 MiB survive the process if it ends
+    // without destroying the store: killed, by _exit, or with a holder that is never let go. Smaller blocks live in
+    // heap buffers and are lost with the process: put what is to survive into a block of more than 64 MiB.
     //
     // kResultInvalidArgument  a freed object has left a gap among the objects: allocate until it is filled
     // kResultOpenFailed       the file cannot be made, for instance because there is no folder yet

@@ -28,6 +28,7 @@ Result CIndependentMmfIo::Initialize(const CIndependentMmfIo& other) {
     if (store || !other.store) return kResultInvalidArgument;
     store = other.store;
     handle = other.handle;
+    serial = other.serial;
     position = other.position;
     dataSize = other.dataSize;
     return kResultOk;
@@ -42,7 +43,7 @@ Result CIndependentMmfIo::Create(unsigned long size) {
 
 Result CIndependentMmfIo::Open(unsigned int block) {
     if (!store || block == 0) return kResultInvalidArgument;
-    handle = block;
+    TakeBlock(block);
     dataSize = store->GetSize(block);
     OpenView();
     position = 0;

@@ -31,12 +31,12 @@ public:
     // kResultInvalidArgument: this buffer has a store already, or the other one has none.
     Result Initialize(const CIndependentMmfIo& other);
 
-    // Holds a block of at least that size, sets the data size and moves to the beginning. The view stays, if there is one.
-    // kResultNothingDone: the block that was held is large enough, and stays. kResultOutOfMemory: no block; the one
-    // that was held is gone.
+    // Holds a block of at least that size, sets the data size and moves to the beginning. The view stays, if there is
+    // one. kResultNothingDone: the block that was held is large enough, and stays. kResultOutOfMemory: no block; the
+    // one that was held is gone.
     Result Create(unsigned long size);
-    // Takes the block of that handle, and its size for the data size, and starts at its beginning. A block that was held
-    // is not freed. kResultInvalidArgument: the handle is 0.
+    // Takes the block of that handle, and its size for the data size, and starts at its beginning. A block that was
+    // held is not freed. kResultInvalidArgument: the handle is 0.
     Result Open(unsigned int block);
     // Ends writing: closes the view and moves to the beginning. Always 0.
     Result Save();

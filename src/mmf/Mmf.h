@@ -20,13 +20,14 @@ namespace KX {
 // Errors:    false, null or 0; nothing throws. Where the system refuses a mapping (no file could be made, say), the
 //            address is MAP_FAILED, not null: check for both. A disk that is full shows only when pages are
 //            written. Of a block of more than 0xFFFFFFFE bytes only the first (size modulo 2^32) bytes have a file
-//            behind them; touching more ends the process.
+//            behind them; touching more ends the process. One of 0xFFFFFFFF bytes cannot be mapped.
 // Files:     named by folder, prefix and second. Objects made in one second under one folder and prefix, those of
 //            small blocks included, share a name: two large blocks overwrite each other, and the first object to go
 //            deletes the file of the others. Give them different stores, folders, prefixes or seconds.
 // Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock. Threads that use
 //            the stores end before the static objects of the program do.
-// Processes: a forked child can read what is mapped and should leave the stores alone; at its end they stay as they are.
+// Processes: a forked child can read what is mapped and should leave the stores alone; at its end they stay as they
+// are.
 class KX_API CMmf {
 public:
     CMmf() = delete;

@@ -2,6 +2,7 @@
 
 #include <cwchar>
 #include <new>
+#include <utility>
 
 #include "io/ResultOf.h"
 #include "mmf/Mmf.h"
@@ -26,7 +27,7 @@ Result CMmfIo::Open(unsigned int block, const wchar_t* name) {
     const Result result = TakeName(name);
     if (Failed(result)) return result;
 
-    handle = block;
+    TakeBlock(block);
     dataSize = CMmf::GetSize(block);
     OpenView();
     position = 0;

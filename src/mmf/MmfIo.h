@@ -23,21 +23,23 @@ public:
     CMmfIo();
     ~CMmfIo() override;
 
-    // Holds a block of at least that size, under that name, and sets the data size. The position stays, and so does the
-    // view, if there is one.
+    // Holds a block of at least that size, under that name, and sets the data size. The position stays, and so does
+    // the view, if there is one.
     //
     // kResultNothingDone      the block that was held is large enough, and stays
-    // kResultOutOfMemory      no block; the one that was held is gone
+    // kResultOutOfMemory      no block, and the one that was held is gone; or no memory for the name, and nothing has
+    //                         changed: GetHandle tells
     // kResultInvalidArgument  the name is null; nothing has changed
     Result Create(unsigned long size, const wchar_t* name);
-    // Takes the block of that handle, and its size for the data size, and starts at its beginning. A block that was held
-    // is not freed.
+    // Takes the block of that handle, and its size for the data size, and starts at its beginning. A block that was
+    // held is not freed.
     //
     // kResultInvalidArgument  the handle is 0 or the name is null; nothing has changed
     // kResultOutOfMemory      no memory for the name; nothing has changed
     Result Open(unsigned int block, const wchar_t* name);
-    // Ends writing: lets the view go and takes the name. Open it again before reading or writing, which fail until then;
-    // Skip still moves the position, and Close answers as if the view were there. Failures as in Open.
+    // Ends writing: lets the view go and takes the name. Open it again before reading or writing, which fail until
+    // then; Skip still moves the position, and Close answers as if the view were there.
+    // kResultInvalidArgument, kResultOutOfMemory: for the name, as in Open.
     Result Save(const wchar_t* name);
 
     // Copies the name, which tells GetSearchDirectory where the block's data come from, and gives the copy, which lives
@@ -46,8 +48,8 @@ public:
 
     // The folder of the name; empty without one. kResultOutOfMemory: unchanged.
     Result GetSearchDirectory(std::wstring& directory) const override;
-    // Makes room for so many bytes at the position, and opens a view in place of the one that is open. A block that is too
-    // small is replaced by one of that size alone, without its content. The data size stays.
+    // Makes room for so many bytes at the position, and opens a view in place of the one that is open. A block that is
+    // too small is replaced by one of that size alone, without its content. The data size stays.
     // kResultOutOfMemory: no block; the one that was held is gone, and the view stays.
     Result SetOutputInfo(unsigned long outputSize, unsigned long secondSize) override;
 

@@ -152,6 +152,12 @@ unsigned long CMmfManager::GetRefCount(unsigned int handle) {
     return object == nullptr ? 0 : object->GetRefCount(BlockHandle::BlockOf(handle));
 }
 
+std::uint64_t CMmfManager::GetSerial(unsigned int handle) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    CMmfObj* const object = Find(handle);
+    return object == nullptr ? 0 : object->GetSerial(BlockHandle::BlockOf(handle));
+}
+
 void CMmfManager::Finalize() {
     const CKXCriticalSectionSmartLock guard(lock);
     for (std::size_t index = 0; index < objects.size(); ++index) {
@@ -202,14 +208,13 @@ KX::Result CMmfManager::SaveHeaderFile() {
 KX::Result CMmfManager::LoadHeaderFile() {
     return KX::ResultOf([this] {
         const CKXCriticalSectionSmartLock guard(lock);
-        // Nothing but gaps is no object: the loaded ones are to have the numbers that they had.
-        if (std::ranges::all_of(objects, [](const CMmfObj* object) { return object == nullptr; })) objects = {};
-
         KX::CFileIo file;
         KX::CStream stream;
         (void)stream.SetIoBuffer(&file);  // cannot fail
         KX::Result result = file.Open(HeaderFilePath().c_str());
         if (KX::Failed(result)) return result;
+        // Nothing but gaps is no object: the loaded ones are to have the numbers that they had.
+        if (std::ranges::all_of(objects, [](const CMmfObj* object) { return object == nullptr; })) objects = {};
         result = ReadHeader(stream);
         return KX::Failed(result) ? result : file.Close();
     });
@@ -275,8 +280,9 @@ std::size_t CMmfManager::FirstFreeEntry() {
     return freeEntryHint;
 }
 
-// Takes over an object with its first block in place, and gives that block's handle. False: no number is left for it, and it is destroyed; or the
-// list could not grow, and it stays behind with its file, counted in the total, as callers have settled on.
+// Takes over an object with its first block in place, and gives that block's handle. False: no number is left for it,
+// and it is destroyed; or the list could not grow, and it stays behind with its file, counted in the total, as callers
+// have settled on.
 bool CMmfManager::Record(std::unique_ptr<CMmfObj> object, unsigned int block, unsigned int& handle) {
     const std::size_t index = FirstFreeEntry();
     if (index == BlockHandle::kMaxObjects) return false;
@@ -328,7 +334,8 @@ KX::Result CMmfManager::ReadHeader(KX::CIoStream& stream) {
     return result;
 }
 
-// Until it is loaded the new object holds nothing, and is offered no blocks.
+// Until it is loaded the new object holds nothing, and is offered no blocks. Records address the objects by their
+// numbers: where the new one has another, some object is in the way.
 KX::Result CMmfManager::LoadObject(KX::CIoStream& stream, std::size_t index) {
     std::uint8_t kind = 0;
     KX::Result result = KX::StreamRead(stream, kind);
@@ -341,7 +348,7 @@ KX::Result CMmfManager::LoadObject(KX::CIoStream& stream, std::size_t index) {
     if (KX::Failed(result)) return result;
     (void)object.release();
 
-    if (objects[index] == nullptr) return KX::kResultInvalidArgument;
+    if (index + 1 != objects.size()) return KX::kResultInvalidArgument;
     result = objects[index]->LoadHeader(stream, directory.c_str());
     if (!KX::Failed(result)) freeRuns.Set(index, objects[index]->FreeRunBound());
     return result;

@@ -28,7 +28,8 @@ class CIoStream;
 // Units:     bytes.
 // Errors:    false, null, 0 or a Result; nothing throws. A mapping that the system refuses comes back as
 //            MAP_FAILED. A handle of a block that is gone gives null or 0, or does nothing.
-// Threads:   any, but for SetDirectory and the header file, which need a quiet store. Addresses are used without a lock.
+// Threads:   any, but for SetDirectory and the header file, which need a quiet store. Addresses are used without a
+// lock.
 class CMmfManager {
 public:
     // A store in the folder "KXTmp" under the system's temporary folder, with prefix "KX_" and no size limit.
@@ -49,7 +50,8 @@ public:
 
     // False, with the handle as it was: size is 0, the limit is reached, no memory, or no object number is left.
     bool MemAlloc(unsigned long size, unsigned int& handle);
-    // kResultInvalidArgument: the handle names no object or no block of it. A block still mapped is unmapped.
+    // kResultInvalidArgument: the handle names no object or no block of it; kResultOk for a block of an object that has
+    // gone. A block still mapped is unmapped.
     KX::Result MemFree(unsigned int handle);
 
     // Each Map is paired with an UnMap, each MapWindow with an UnMapWindow of its address and length. A window's
@@ -64,7 +66,10 @@ public:
     // The block's room, which is that of its slots in a shared object, and its number of whole-block maps.
     unsigned long GetSize(unsigned int handle);
     unsigned long GetRefCount(unsigned int handle);
-    // Blocks freed so far; Finalize counts as one. While it stays as it is, every block is still the one that it was.
+    // A number that no other block has had since the process began, 0 where the handle names none: it tells whether a
+    // handle has been given out again. While the number of blocks freed so far stays as it is, none has; Finalize
+    // counts as one.
+    std::uint64_t GetSerial(unsigned int handle);
     std::uint64_t GetFreedCount() const { return freedCount; }
 
     // Writes the header file, folder + prefix + ".mmfheader", in place of an earlier one, which is left alone where the
@@ -83,7 +88,7 @@ public:
     // kResultMalformed        an object that cannot be; more objects than have a number
     // kResultInvalidArgument  an object is in the way
     // kResultOutOfMemory
-    // After a failure the objects that came before it are in the list, and a last one that holds nothing.
+    // After a failure the objects that came before it are in the list, perhaps with a last one that holds nothing.
     KX::Result LoadHeaderFile();
 
     // Destroys every object, with its blocks and its file, and deletes the store's header file. The store can be

@@ -7,13 +7,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <cwchar>
 #include <exception>
 #include <iterator>
+#include <limits>
 
+#include "mmf/BackingFile.h"
 #include "mmf/FileMapping.h"
 #include "mmf/HeaderFormat.h"
 #include "stream/StreamText.h"
@@ -32,7 +35,7 @@ constexpr int kOpenAttempts = 100;
 }
 
 // Writing past the limit for the size of files would raise a signal that ends the process.
-bool MayWriteAt(unsigned int offset) {
+bool MayWriteAt(std::uint64_t offset) {
     rlimit limit{};
     return ::getrlimit(RLIMIT_FSIZE, &limit) != 0 || offset < limit.rlim_cur;
 }
@@ -51,17 +54,11 @@ std::wstring BackingFilePath(const wchar_t* prefix, const wchar_t* directory) {
     return path;
 }
 
-// Where the last byte of a store's file stands. Wraps around in 32 bits, in which the size is taken, too: callers know
-// the files of stores of 4 GiB and more as shorter than these.
-unsigned int LastByteOf(unsigned int size) {
-    return size + 1;
-}
-
 // A failure shows when the missing pages are to be mapped.
-void GrowFile(int descriptor, unsigned int size) {
-    if (size == 0 || !MayWriteAt(LastByteOf(size))) return;
+void GrowFile(int descriptor, std::uint64_t length) {
+    if (length == 0 || !MayWriteAt(length - 1)) return;
     const char lastByte = 0;
-    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, LastByteOf(size));
+    [[maybe_unused]] const ssize_t written = ::pwrite(descriptor, &lastByte, 1, static_cast<off_t>(length - 1));
 }
 
 // Whether the file ends before so many bytes.
@@ -86,7 +83,7 @@ int OpenFile4MMF(std::wstring path, unsigned int size) {
     // the names can be foreseen, and somebody else's link would have his choice of file grown and written.
     const int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW;
     const int descriptor = ::open(KX::NarrowPath(path).c_str(), flags, 0600);
-    if (descriptor != -1) GrowFile(descriptor, size);
+    if (descriptor != -1) GrowFile(descriptor, BackingFileLength(size));
     return descriptor;
 }
 
@@ -153,6 +150,10 @@ unsigned int CMmfObj::FreeRunBound() {
     return 0;
 }
 
+std::uint64_t CMmfObj::GetSerial(unsigned int /*block*/) {
+    return 0;
+}
+
 bool CMmfObj::CreateMemMapFile(const wchar_t* prefix, const wchar_t* directory, unsigned long size) {
     const CKXCriticalSectionSmartLock guard(lock);
     if (IsNullOrEmpty(prefix) || IsNullOrEmpty(directory)) return false;
@@ -173,9 +174,8 @@ KX::Result CMmfObj::MappingFile() {
     const CKXCriticalSectionSmartLock guard(lock);
     if (TakeHeap(fileSize)) return KX::kResultOk;
     if (fd != -1) return KX::kResultOk;
-    const auto size = static_cast<unsigned int>(fileSize);  // modulo 2^32, as when it was made
     fd = OpenBackingFile(0);
-    if (fd != -1 && IsShorter(fd, std::uint64_t{LastByteOf(size)} + 1)) GrowFile(fd, size);
+    if (fd != -1 && IsShorter(fd, BackingFileLength(fileSize))) GrowFile(fd, BackingFileLength(fileSize));
     return KX::kResultOk;
 }
 
@@ -201,6 +201,11 @@ void CMmfObj::DestroyMemMapFile() {
     fileSize = 0;
 }
 
+std::uint64_t CMmfObj::NewSerial() {
+    static std::atomic<std::uint64_t> last = 0;
+    return ++last;
+}
+
 bool CMmfObj::IsInMemory() {
     const CKXCriticalSectionSmartLock guard(lock);
     return bInMemory;
@@ -221,8 +226,10 @@ int CMmfObj::OpenBackingFile(std::uint64_t size) const noexcept {
 }
 
 unsigned char* CMmfObj::MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const {
-    const std::uint64_t made = std::uint64_t{LastByteOf(static_cast<unsigned int>(storeSize))} + 1;
-    if (IsShorter(fd, std::min(made, offset + length))) return static_cast<unsigned char*>(MAP_FAILED);
+    const bool isLong = storeSize > std::numeric_limits<std::uint32_t>::max();
+    const std::uint64_t end = offset + length;
+    const std::uint64_t needed = isLong ? std::min(end, BackingFileLength(storeSize)) : end;
+    if (IsShorter(fd, needed)) return static_cast<unsigned char*>(MAP_FAILED);
     return MapFile(fd, length, offset);
 }
 
@@ -248,7 +255,7 @@ bool CMmfObj::TakeHeap(std::uint64_t size) {
 // now: then it is made again.
 void CMmfObj::OpenInFolder(const std::string& folder, std::uint64_t size) {
     for (int attempt = 0; attempt < kOpenAttempts; ++attempt) {
-        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // modulo 2^32: see LastByteOf
+        fd = OpenFile4MMF(filePath, static_cast<unsigned int>(size));  // modulo 2^32: see BackingFileLength
         if (fd != -1 || errno != ENOENT || !MakeFolder(folder)) return;
     }
 }

@@ -53,9 +53,9 @@ public:
     virtual unsigned long GetRefCount(unsigned int block);
 
     // Writes and reads the object's record in a header file, but for the byte that tells its class. This class has the
-    // name of the backing file, without its folder, and the size. Loading is for an object without a store; it opens the
-    // file in the folder, making or growing it where it is missing or too short. After a failure the object is without
-    // one still. An empty name opens nothing.
+    // name of the backing file, without its folder, and the size. Loading is for an object without a store; it opens
+    // the file in the folder, making or growing it where it is missing or too short. After a failure the object is
+    // without one still. An empty name opens nothing.
     //
     // kResultInvalidArgument  the object has a store already, or the folder is null
     // kResultMalformed        the name is not one of a file in a folder, or what the record says cannot be
@@ -67,6 +67,9 @@ public:
     // A length in slots that no run of free slots exceeds; 0 for a class that shares nothing. It may be too large,
     // never too small, so that a request above it need not be tried.
     virtual unsigned int FreeRunBound();
+    // A number that no other block has had since the process began; 0 for an unknown block. It tells a block from an
+    // earlier one under the same handle.
+    virtual std::uint64_t GetSerial(unsigned int block);
 
     // Names the backing file and makes the store in the folder, which is made if its parent exists: `size` bytes of
     // heap if bInMemory is set and they can be had, else a sparse file. False: prefix or directory is null or
@@ -95,10 +98,12 @@ protected:
 
     // Reopens the backing file; -1 also where memory for its name is short.
     int OpenBackingFile(std::uint64_t size) const noexcept KX_REQUIRES(lock);
-    // Maps a part of the backing file of a store of that size. MAP_FAILED also where the file ends before the part, or
-    // before the length that the store gave it: touching what is missing would end the process.
+    // Maps a part of the backing file of a store of that size. MAP_FAILED also where the file ends before the part
+    // does: touching what is missing would end the process. Only that of a store of 4 GiB or more may, as it is known
+    // to be shorter than its store (mmf/BackingFile.h).
     unsigned char* MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const
         KX_REQUIRES(lock);
+    static std::uint64_t NewSerial();
     // Takes back the name and the size that LoadHeader has read, after a failure to read the rest.
     void ForgetFile();
 

@@ -9,6 +9,7 @@
 #include <span>
 #include <utility>
 
+#include "io/ResultOf.h"
 #include "mmf/FileMapping.h"
 #include "mmf/Window.h"
 #include "stream/StreamText.h"
@@ -52,7 +53,7 @@ bool CShareMmfObj::MemAlloc(unsigned long size, unsigned int& block) {
         return false;
     }
     try {
-        mappingAt[run.start] = &mappings.emplace(run.start, CMapping{run.start, wanted}).first->second;
+        mappingAt[run.start] = &mappings.emplace(run.start, MakeMapping(run.start, wanted)).first->second;
     } catch (const std::exception&) {  // no memory for the record
         return false;
     }
@@ -132,10 +133,7 @@ KX::Result CShareMmfObj::SaveHeader(KX::CIoStream& stream, const wchar_t* direct
 KX::Result CShareMmfObj::LoadHeader(KX::CIoStream& stream, const wchar_t* directory) {
     KX::Result result = CMmfObj::LoadHeader(stream, directory);
     if (KX::Failed(result)) return result;
-    {
-        const CKXCriticalSectionSmartLock guard(lock);
-        result = ReadBlocks(stream);
-    }
+    result = KX::ResultOf([&] { return ReadBlocks(stream); });
     if (!KX::Failed(result)) return MappingFile();
     ForgetFile();
     return result;
@@ -144,6 +142,20 @@ KX::Result CShareMmfObj::LoadHeader(KX::CIoStream& stream, const wchar_t* direct
 unsigned int CShareMmfObj::FreeRunBound() {
     const CKXCriticalSectionSmartLock guard(lock);
     return static_cast<unsigned int>(freeRunBound);
+}
+
+std::uint64_t CShareMmfObj::GetSerial(unsigned int block) {
+    const CKXCriticalSectionSmartLock guard(lock);
+    const CMapping* const mapping = Find(block);
+    return mapping == nullptr ? 0 : mapping->serial;
+}
+
+CShareMmfObj::CMapping CShareMmfObj::MakeMapping(std::uint64_t firstSlot, std::uint64_t slotCount) {
+    CMapping mapping;
+    mapping.firstSlot = firstSlot;
+    mapping.slotCount = slotCount;
+    mapping.serial = NewSerial();
+    return mapping;
 }
 
 // First fit. Each step jumps from one free run to the next by memchr, which is faster than the flags one by one.
@@ -201,10 +213,12 @@ KX::Result CShareMmfObj::ReadBlocks(KX::CIoStream& stream) {
     result = stream.ReadIn(flags.data(), flags.size(), flags.size());
     if (KX::Failed(result)) return result;
 
+    const CKXCriticalSectionSmartLock guard(lock);
     // A block's own slots are used whatever the flags say: another block in its place would overwrite it.
     std::ranges::transform(flags, used, slotUsed.begin(),
                            [](unsigned char flag, unsigned char block) { return flag != 0 || block != 0 ? 1 : 0; });
     mappings = std::move(blocks);
+    mappingAt.fill(nullptr);
     for (auto& [slot, mapping] : mappings) mappingAt[slot] = &mapping;
     freeRunBound = FindFirstRun(kSlotCount).length;
     return KX::kResultOk;
@@ -225,7 +239,7 @@ KX::Result CShareMmfObj::ReadPlaces(KX::CIoStream& stream, Mappings& blocks, Slo
         const auto place = std::span(used).subspan(first, slots);
         if (std::ranges::count(place, 0) != static_cast<std::ptrdiff_t>(slots)) return KX::kResultMalformed;
         std::ranges::fill(place, 1);
-        blocks.emplace(first, CMapping{first, slots});
+        blocks.emplace(first, MakeMapping(first, slots));
     }
     return result;
 }

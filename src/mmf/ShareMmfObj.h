@@ -27,6 +27,7 @@ public:
         std::uint64_t refCount = 0;              // whole-block maps
         unsigned char* mappedAddress = nullptr;  // the whole block while refCount is above 0
         std::uint64_t mappedLength = 0;          // of the last view made, whole or window
+        std::uint64_t serial = 0;                // of this block alone
     };
 
     CShareMmfObj();
@@ -43,12 +44,13 @@ public:
     void UnMap(int block) override;
     unsigned long GetSize(unsigned int block) override;
     unsigned long GetRefCount(unsigned int block) override;
-    // The record adds the blocks, by first slot, and the slot flags. What was a heap buffer is a file after loading, and
-    // the blocks are zeros unless it was one before. kResultMalformed: a block that has no slots, leads past the last
-    // one, or overlaps another. A slot counts as used where its flag says so, and where there is a block.
+    // The record adds the blocks, by first slot, and the slot flags. What was a heap buffer is a file after loading,
+    // and the blocks are zeros unless it was one before. kResultMalformed: a block that has no slots, leads past the
+    // last one, or overlaps another. A slot counts as used where its flag says so, and where there is a block.
     KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory) override;
     KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory) override;
     unsigned int FreeRunBound() override;
+    std::uint64_t GetSerial(unsigned int block) override;
 
 private:
     using Mappings = KX::CMap<unsigned long, CMapping>;
@@ -60,11 +62,12 @@ private:
         std::size_t length;
     };
 
+    static CMapping MakeMapping(std::uint64_t firstSlot, std::uint64_t slotCount);
     FreeRun FindFirstRun(std::size_t wanted) const KX_REQUIRES(lock);
     std::size_t FreeRunAround(Mappings::iterator block) KX_REQUIRES(lock);
     CMapping* Find(unsigned int block) KX_REQUIRES(lock);
     KX::Result WriteBlocks(KX::CIoStream& stream) const KX_REQUIRES(lock);
-    KX::Result ReadBlocks(KX::CIoStream& stream) KX_REQUIRES(lock);
+    KX::Result ReadBlocks(KX::CIoStream& stream) KX_EXCLUDES(lock);
     static KX::Result ReadPlaces(KX::CIoStream& stream, Mappings& blocks, Slots& used);
     void MapWhole(CMapping& mapping) KX_REQUIRES(lock);
     void UnmapWhole(CMapping& mapping) const KX_REQUIRES(lock);

@@ -104,6 +104,10 @@ KX::Result CUnsharedMmfObj::LoadHeader(KX::CIoStream& stream, const wchar_t* dir
     return MappingFile();
 }
 
+std::uint64_t CUnsharedMmfObj::GetSerial(unsigned int block) {
+    return block == 0 ? serial : 0;
+}
+
 void CUnsharedMmfObj::UnmapWhole() {
     UnmapFile(mappedAddress, mappedLength);
     mappedAddress = nullptr;

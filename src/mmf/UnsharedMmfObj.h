@@ -27,10 +27,12 @@ public:
     // kept, so that the next Map only counts, and gives null: save while nothing is mapped.
     KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory) override;
     KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory) override;
+    std::uint64_t GetSerial(unsigned int block) override;
 
 private:
     void UnmapWhole() KX_REQUIRES(lock);
 
+    const std::uint64_t serial = NewSerial();
     bool bAllocated KX_GUARDED_BY(lock) = false;
     std::uint64_t refCount KX_GUARDED_BY(lock) = 0;
     unsigned char* mappedAddress KX_GUARDED_BY(lock) = nullptr;  // the whole block while refCount is above 0

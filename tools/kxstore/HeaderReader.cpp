@@ -10,6 +10,7 @@
 #include <system_error>
 
 #include "HeaderFile.h"
+#include "mmf/BackingFile.h"
 #include "mmf/BlockHandle.h"
 #include "mmf/HeaderFormat.h"
 #include "mmf/ShareMmfObj.h"
@@ -27,11 +28,6 @@ constexpr std::size_t kUnitSize = sizeof(char16_t);
 constexpr std::int64_t kNoBlock = -1;
 using SlotOwners = std::array<std::int64_t, kSlotCount>;
 
-// Reckoned in 32 bits, as the store does when it writes the byte behind the next one; a store of no size writes none.
-std::uint64_t BytesNeeded(std::uint32_t size) {
-    return size == 0 ? 0 : std::uint64_t{size + 1} + 1;
-}
-
 std::string SlotsText(std::size_t begin, std::size_t end) {
     return end - begin == 1 ? fmt::format("slot {}", begin) : fmt::format("slots {} to {}", begin, end - 1);
 }
@@ -48,7 +44,9 @@ std::optional<Problem> FindNameProblem(const StoredObject& object, const std::st
     if (bad != std::u16string::npos) {
         return Problem{charactersAt + kUnitSize * bad, "a slash, a backslash or a NUL stands in the name"};
     }
-    if (object.name == u"." || object.name == u"..") return Problem{charactersAt, "the name is that of a folder"};
+    if (!HeaderFormat::IsName({object.name.begin(), object.name.end()})) {
+        return Problem{charactersAt, "the name is that of a folder or a header file"};
+    }
     if (narrowName.empty()) return Problem{charactersAt, "the text locale cannot express the name"};
     return std::nullopt;
 }
@@ -161,7 +159,7 @@ void CHeaderReader::ReadName(StoredObject& object) {
 void CHeaderReader::ReadSize(StoredObject& object, bool isShared) {
     const std::uint64_t sizeAt = cursor.At();
     object.size = Take<std::uint32_t>(object, "the size");
-    object.file.needed = BytesNeeded(isShared ? kStoreSize : object.size);
+    object.file.needed = BackingFileLength(isShared ? kStoreSize : object.size);
     if (isShared && object.size != kStoreSize) {
         NoteOf(object, sizeAt, fmt::format("its size is {}, and that of a shared one is {}", object.size, kStoreSize));
     }
