@@ -335,20 +335,20 @@ KX::Result CMmfManager::ReadHeader(KX::CIoStream& stream) {
 }
 
 // Until it is loaded the new object holds nothing, and is offered no blocks. Records address the objects by their
-// numbers: where the new one has another, some object is in the way.
+// numbers: where the next one to come has another, some object is in the way.
 KX::Result CMmfManager::LoadObject(KX::CIoStream& stream, std::size_t index) {
     std::uint8_t kind = 0;
     KX::Result result = KX::StreamRead(stream, kind);
     if (KX::Failed(result)) return result;
-    if (objects.size() == BlockHandle::kMaxObjects) return KX::kResultMalformed;
+    if (index != objects.size()) return KX::kResultInvalidArgument;
+    if (index == BlockHandle::kMaxObjects) return KX::kResultMalformed;
 
     std::unique_ptr<CMmfObj> object = NewObject(kind != HeaderFormat::kUnshared);
-    if (object == nullptr || !freeRuns.Reserve(objects.size() + 1)) return KX::kResultOutOfMemory;
+    if (object == nullptr || !freeRuns.Reserve(index + 1)) return KX::kResultOutOfMemory;
     result = objects.Add(object.get());
     if (KX::Failed(result)) return result;
     (void)object.release();
 
-    if (index + 1 != objects.size()) return KX::kResultInvalidArgument;
     result = objects[index]->LoadHeader(stream, directory.c_str());
     if (!KX::Failed(result)) freeRuns.Set(index, objects[index]->FreeRunBound());
     return result;
