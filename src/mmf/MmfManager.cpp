@@ -1,5 +1,6 @@
 #include "mmf/MmfManager.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -41,6 +42,13 @@ bool IsSystemTmpPath(const wchar_t* directory) {
 
 int BlockNumber(unsigned int handle) {
     return static_cast<int>(BlockHandle::BlockOf(handle));
+}
+
+// Whether something that is no ordinary file is in the way of one that is to be written. Through a link somebody else's
+// choice of file would be overwritten, as the name can be foreseen; a pipe would have the writer wait.
+bool IsBlocked(const std::wstring& path) {
+    struct stat there {};
+    return ::lstat(KX::NarrowPath(path).c_str(), &there) == 0 && !S_ISREG(there.st_mode);
 }
 
 // Without a store. Null: out of memory.
@@ -193,10 +201,13 @@ KX::Result CMmfManager::SaveHeaderFile() {
         const CKXCriticalSectionSmartLock guard(lock);
         if (std::ranges::count(objects, nullptr) > 0) return KX::kResultInvalidArgument;
 
+        const std::wstring path = HeaderFilePath();
+        if (IsBlocked(path)) return KX::kResultOpenFailed;
+
         KX::CFileIo file;
         KX::CStream stream;
         (void)stream.SetIoBuffer(&file);  // cannot fail
-        KX::Result result = file.Save(HeaderFilePath().c_str());
+        KX::Result result = file.Save(path.c_str());
         if (KX::Failed(result)) return result;
         result = WriteHeader(stream);
         if (KX::Failed(result)) return result;

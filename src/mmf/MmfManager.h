@@ -79,8 +79,8 @@ public:
     // kResultOpenFailed, kResultIoFailed, kResultOutOfMemory
     KX::Result SaveHeaderFile();
     // Adds the objects of the header file to the list and opens their backing files, as LoadHeader of each class tells.
-    // Made for a store that holds no objects: records address objects by their numbers, and one that is there already is
-    // in the way. The total of the sizes does not count what is loaded, but loses it when it is
+    // Made for a store that holds no objects: records address objects by their numbers, and one that is there already
+    // is in the way. The total of the sizes does not count what is loaded, but loses it when it is
     // freed, and wraps around, as callers have settled on.
     //
     // kResultOpenFailed       there is no header file, or it cannot be read

@@ -1,7 +1,9 @@
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <fstream>
 #include <random>
 
@@ -78,11 +80,18 @@ TEST_F(HeaderFileTest, IsSavedAsItWasLoadedOrNotAtAll) {
         for (const KX::Result result : results) EXPECT_TRUE(result == 0 || result == KX::kResultOutOfMemory) << allowed;
     }
     EXPECT_EQ(empty->LoadHeaderFile(), KX::kResultOpenFailed);
-    if (!fs::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full";
-    const auto full = Load(Little(0));
+    const auto other = Load(bytes);
+    fs::rename(header, "elsewhere");
+    fs::create_symlink("../elsewhere", header);
+    EXPECT_EQ(Saved(*other, KX::kResultOpenFailed), bytes) << "through a link";
     fs::remove(header);
-    fs::create_symlink("/dev/full", header);
-    EXPECT_EQ(full->SaveHeaderFile(), KX::kResultIoFailed);
+    rlimit before{}, limit{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    limit.rlim_max = before.rlim_max;
+    ::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_EQ(other->SaveHeaderFile(), KX::kResultIoFailed) << "the disk is full";
+    ::setrlimit(RLIMIT_FSIZE, &before);
 }
 
 TEST_F(HeaderFileTest, WhatCannotBeIsFoundOutAndHarmsNothing) {

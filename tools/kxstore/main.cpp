@@ -46,10 +46,12 @@ std::vector<std::string> Arguments(int argc, char** argv) {
     return arguments;
 }
 
-// CLI11 would wrap these around. 18 digits and a unit are more than any machine holds.
+// CLI11 would wrap these around, and take a leading zero for octal. 18 digits and a unit are more than any machine
+// holds.
 std::string RefuseWrapping(const std::string& size) {
     const std::size_t digits = std::min(size.size(), size.find_first_not_of("0123456789"));
-    return digits == 0 || digits > 18 ? "a size has 1 to 18 digits and perhaps a unit" : "";
+    const bool isOctal = digits > 1 && size.starts_with('0');
+    return digits == 0 || digits > 18 || isOctal ? "a size has 1 to 18 digits, no 0 ahead, and perhaps a unit" : "";
 }
 
 void AddHold(CLI::App& program, KxStore::HoldOptions& options) {
