@@ -56,7 +56,7 @@ void CBlockIo::TakeBlock(unsigned int block) {
     serial = block == 0 ? 0 : StoreOf(block)->GetSerial(block);
 }
 
-bool CBlockIo::HasRoom(std::uint64_t from, std::uint64_t count) const {
+bool CBlockIo::HasRoom(std::uint64_t from, std::uint64_t count) {
     return IsBlockThere() && IsWindowInside(StoreOf(handle)->GetSize(handle), from, count);
 }
 
@@ -64,8 +64,8 @@ void CBlockIo::FreeBlock() {
     if (handle == 0) return;
 
     if (view) view->Release();
-    if (IsBlockThere()) (void)StoreOf(handle)->MemFree(handle);  // which a handle of nothing fails
-    handle = 0;
+    if (IsBlockThere()) (void)StoreOf(handle)->MemFree(handle);
+    TakeBlock(0);
 }
 
 Result CBlockIo::ReplaceBlock(unsigned long size) {
@@ -82,9 +82,13 @@ void CBlockIo::OpenView() {
     hasView = true;
 }
 
-// The handle may stand for another block by now. One that named nothing when it was taken is believed.
-bool CBlockIo::IsBlockThere() const {
-    return handle != 0 && (serial == 0 || StoreOf(handle)->GetSerial(handle) == serial);
+// The handle may stand for another block by now. One that named nothing when it was taken stands for the first block
+// that is found under it: a header may have been loaded since.
+bool CBlockIo::IsBlockThere() {
+    if (handle == 0) return false;
+    const std::uint64_t now = StoreOf(handle)->GetSerial(handle);
+    if (serial == 0) serial = now;
+    return now != 0 && now == serial;
 }
 
 // The position is left at the end on purpose: a reader that goes by it stops.
@@ -99,6 +103,7 @@ Result CBlockIo::Transfer(unsigned long count, Copy copy) {
     if (!view || handle == 0) return kResultInvalidArgument;
     if (!IsWindowInside(dataSize, position, count)) return RefusePastEnd();
     if (count == 0) return kResultOk;
+    if (serial == 0 && !IsBlockThere()) return kResultInvalidArgument;
     if (!view->CheckBlock()) return kResultInvalidArgument;
     if (!IsWindowInside(view->GetRoom(), position, count)) return RefusePastEnd();
 

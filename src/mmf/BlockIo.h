@@ -62,7 +62,7 @@ protected:
     // Holds the block of that handle from now on.
     void TakeBlock(unsigned int block);
     // Whether the block that is held has room for so many bytes from that position on.
-    bool HasRoom(std::uint64_t from, std::uint64_t count) const;
+    bool HasRoom(std::uint64_t from, std::uint64_t count);
     // Frees the block that is held, its window first. An open view stays open.
     void FreeBlock();
     // Takes a new block in place of the one that is held, whose content is gone. kResultOutOfMemory.
@@ -73,13 +73,13 @@ protected:
     void ReleaseView() { view.reset(); }
 
     unsigned int handle = 0;
-    std::uint64_t serial = 0;  // of the block when it was taken
+    std::uint64_t serial = 0;  // of the block; 0 before one was found
     std::uint64_t position = 0;
     std::uint64_t dataSize = 0;
     bool hasView = false;  // as callers are told; after CMmfIo::Save one that is gone
 
 private:
-    bool IsBlockThere() const;
+    bool IsBlockThere();
     Result RefusePastEnd();
     template <typename Copy>
     Result Transfer(unsigned long count, Copy copy);

@@ -2,9 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <algorithm>
-#include <limits>
-
 #include "mmf/BackingFile.h"
 #include "mmf/FileMapping.h"
 #include "mmf/MmfManager.h"
@@ -50,9 +47,7 @@ bool CBlockWindow::CheckBlock() {
         return false;
     }
     checkedAt = freed;
-    const std::uint64_t size = store->GetSize(handle);
-    const bool isLong = size > std::numeric_limits<std::uint32_t>::max();
-    room = isLong ? std::min(size, BackingFileLength(size)) : size;
+    room = ReachableLength(store->GetSize(handle));
     return true;
 }
 

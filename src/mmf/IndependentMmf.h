@@ -65,7 +65,8 @@ public:
     // heap buffers and are lost with the process: put what is to survive into a block of more than 64 MiB.
     //
     // kResultInvalidArgument  a freed object has left a gap among the objects: allocate until it is filled
-    // kResultOpenFailed       the file cannot be made, for instance because there is no folder yet
+    // kResultOpenFailed       the file cannot be made, for instance because there is no folder yet; or what is in its
+    //                         place is no ordinary file, but a link, say
     // kResultIoFailed         the file is cut short, on a full disk for instance
     // kResultOutOfMemory
     Result SaveHeaderFile();
@@ -76,7 +77,7 @@ public:
     // kResultOpenFailed       there is no header file, or it cannot be read
     // kResultIoFailed         the header file is cut short; kResultFail: inside a name
     // kResultMalformed        a name that is none, a block outside its store or upon another one, or too many objects
-    // kResultInvalidArgument  the store holds objects already, which stay as they are
+    // kResultInvalidArgument  the store holds objects already, which stay as they are, and the file has one
     // kResultOutOfMemory
     // After a failure the objects read before it are there. Like all others they go with the store, files included:
     // who wants to try again copies the folder first.

@@ -45,7 +45,8 @@ int BlockNumber(unsigned int handle) {
 }
 
 // Whether something that is no ordinary file is in the way of one that is to be written. Through a link somebody else's
-// choice of file would be overwritten, as the name can be foreseen; a pipe would have the writer wait.
+// choice of file would be overwritten, as the name can be foreseen; a pipe would have the writer wait. One that is put
+// there right after the look is not noticed.
 bool IsBlocked(const std::wstring& path) {
     struct stat there {};
     return ::lstat(KX::NarrowPath(path).c_str(), &there) == 0 && !S_ISREG(there.st_mode);

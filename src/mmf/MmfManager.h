@@ -76,17 +76,18 @@ public:
     // header cannot be saved at all; a failure on the way leaves it cut short. docs/header-format.md tells its layout.
     //
     // kResultInvalidArgument  the list of objects has a gap where one has gone
-    // kResultOpenFailed, kResultIoFailed, kResultOutOfMemory
+    // kResultOpenFailed       the file cannot be made, or what is in its place is no ordinary one, but a link, say
+    // kResultIoFailed, kResultOutOfMemory
     KX::Result SaveHeaderFile();
     // Adds the objects of the header file to the list and opens their backing files, as LoadHeader of each class tells.
     // Made for a store that holds no objects: records address objects by their numbers, and one that is there already
-    // is in the way. The total of the sizes does not count what is loaded, but loses it when it is
-    // freed, and wraps around, as callers have settled on.
+    // is in the way. The total of the sizes does not count what is loaded, but loses it when it is freed, and wraps
+    // around, as callers have settled on.
     //
     // kResultOpenFailed       there is no header file, or it cannot be read
     // kResultIoFailed         it is cut short; kResultFail: inside a name
     // kResultMalformed        an object that cannot be; more objects than have a number
-    // kResultInvalidArgument  an object is in the way
+    // kResultInvalidArgument  the file has an object, and one is in the way
     // kResultOutOfMemory
     // After a failure the objects that came before it are in the list, perhaps with a last one that holds nothing.
     KX::Result LoadHeaderFile();

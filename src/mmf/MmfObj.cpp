@@ -14,7 +14,6 @@
 #include <cwchar>
 #include <exception>
 #include <iterator>
-#include <limits>
 
 #include "mmf/BackingFile.h"
 #include "mmf/FileMapping.h"
@@ -226,9 +225,7 @@ int CMmfObj::OpenBackingFile(std::uint64_t size) const noexcept {
 }
 
 unsigned char* CMmfObj::MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const {
-    const bool isLong = storeSize > std::numeric_limits<std::uint32_t>::max();
-    const std::uint64_t end = offset + length;
-    const std::uint64_t needed = isLong ? std::min(end, BackingFileLength(storeSize)) : end;
+    const std::uint64_t needed = std::min(offset + length, ReachableLength(storeSize));
     if (IsShorter(fd, needed)) return static_cast<unsigned char*>(MAP_FAILED);
     return MapFile(fd, length, offset);
 }

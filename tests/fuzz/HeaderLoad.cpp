@@ -20,7 +20,8 @@ static void Step(KX::CIndependentMmf& store, unsigned int input) {
         (void)*(static_cast<const volatile char*>(address) + (size - last - 1));
     }
     if (step == 2) (void)store.MemFree(handle);
-    if (step == 3) (void)store.MemAlloc(size * 2 + 1, handle);
+    // Below 4 GiB: larger blocks are known to reach beyond their files, and to end who touches them there.
+    if (step == 3) (void)store.MemAlloc(size / 2 * 3 % 0x80000000 + 1, handle);
     if (step == 4) (void)store.SaveHeaderFile();
     if (step == 5) (void)store.LoadHeaderFile();
 }

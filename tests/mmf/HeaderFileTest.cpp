@@ -14,7 +14,6 @@
 #include "support/TempFolder.h"
 
 namespace fs = std::filesystem;
-using std::string_literals::operator""s;
 
 namespace {
 
@@ -39,6 +38,24 @@ std::string Shared(const Blocks& blocks, const std::wstring& name = {}, unsigned
     }
     return bytes + flags;
 }
+
+// No file can grow meanwhile.
+class CFullDisk {
+public:
+    CFullDisk() {
+        ::getrlimit(RLIMIT_FSIZE, &limit);
+        const rlimit none{0, limit.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~CFullDisk() {
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        ::signal(SIGXFSZ, handler);
+    }
+
+private:
+    rlimit limit{};
+    void (*const handler)(int) = ::signal(SIGXFSZ, SIG_IGN);
+};
 
 class HeaderFileTest : public TempFolderTest {
 protected:
@@ -85,13 +102,8 @@ TEST_F(HeaderFileTest, IsSavedAsItWasLoadedOrNotAtAll) {
     fs::create_symlink("../elsewhere", header);
     EXPECT_EQ(Saved(*other, KX::kResultOpenFailed), bytes) << "through a link";
     fs::remove(header);
-    rlimit before{}, limit{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    limit.rlim_max = before.rlim_max;
-    ::signal(SIGXFSZ, SIG_IGN);
-    ::setrlimit(RLIMIT_FSIZE, &limit);
-    EXPECT_EQ(other->SaveHeaderFile(), KX::kResultIoFailed) << "the disk is full";
-    ::setrlimit(RLIMIT_FSIZE, &before);
+    const CFullDisk full;
+    EXPECT_EQ(other->SaveHeaderFile(), KX::kResultIoFailed);
 }
 
 TEST_F(HeaderFileTest, WhatCannotBeIsFoundOutAndHarmsNothing) {
@@ -100,7 +112,7 @@ TEST_F(HeaderFileTest, WhatCannotBeIsFoundOutAndHarmsNothing) {
         {KX::kResultIoFailed, Record(0, L"kept", 1)},
         {KX::kResultFail, Little(0, 1) + Little(0xFFFFFFFF)},
         {KX::kResultIoFailed, Record(1, {}, 0) + Little(0xFFFFFFFF) + Little(0) + Little(1)}};
-    const std::wstring names[] = {L"/a", L"a\\b", L".", L"..", L"a\0"s, L"KX_.mmfheader"};
+    const std::wstring names[] = {L"/a", L"a\\b", L".", L"..", std::wstring(L"a\0", 2), L"KX_.mmfheader"};
     for (const std::wstring& name : names) cases.emplace_back(KX::kResultMalformed, Named(name));
     const Blocks places = {{1024, 1}, {1023, 2}, {0, 0}, {2, 0xFFFFFFFF}, {7, 1}, {6, 2}};
     for (const auto& place : places) cases.emplace_back(KX::kResultMalformed, Shared({{7, 1}, place}, L"kept"));
@@ -111,7 +123,7 @@ TEST_F(HeaderFileTest, WhatCannotBeIsFoundOutAndHarmsNothing) {
         EXPECT_TRUE(!CFailingAllocation::HasFailed() && fs::exists("store/kept"));
     }
     for (std::size_t length = 0; length < bytes.size(); ++length) {
-        const bool isInName = length - 9 < 10 || length - bytes.find("b\0.\0t"s) < 10;
+        const bool isInName = length - 9 < 10 || length - bytes.find(std::string("b\0.\0t", 5)) < 10;
         Load(bytes.substr(0, length), isInName ? KX::kResultFail : KX::kResultIoFailed);
     }
     EXPECT_EQ(Load(Little(1) + Named(L"a", 0xFFFFFFFF))->Map(0x00010001), MAP_FAILED) << "its file has 1 byte";

@@ -163,8 +163,10 @@ void CHeaderReader::ReadSize(StoredObject& object, bool isShared) {
     if (isShared && object.size != kStoreSize) {
         NoteOf(object, sizeAt, fmt::format("its size is {}, and that of a shared one is {}", object.size, kStoreSize));
     }
-    // Such is the record of 4 GiB, too, of which it has the low 32 bits.
-    if (!isShared && object.size == 0) NoteOf(object, sizeAt, "its size is 0, nothing of it can be mapped");
+    // 0 is the record of 4 GiB, too, of which it has the low 32 bits. The file of one byte less has 1 byte.
+    if (!isShared && object.size + 1 <= 1) {
+        NoteOf(object, sizeAt, fmt::format("its size is {}, nothing of it can be mapped", object.size));
+    }
 }
 
 void CHeaderReader::ReadUnshared(StoredObject& object) {
