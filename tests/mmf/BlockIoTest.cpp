@@ -65,12 +65,12 @@ TYPED_TEST(BlockIoTest, PiecesMeetWhereWindowsDo) {
     std::string data(2 * kWindow + 20, 0), read(data);
     for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i % 127);
     this->CreateAndWrite(kLarge);
-    EXPECT_EQ(io.Skip(kWindow - 7) | io.WriteOut(&data[0], data.size(), nullptr), 0);
+    EXPECT_EQ(io.Skip(kWindow - 7) | io.WriteOut(data.data(), data.size(), nullptr), 0);
     for (const unsigned long at : {0UL, 5UL, 6UL, kWindow + 5, kWindow + 6, 2 * kWindow + 6}) {
         EXPECT_EQ(this->Find(kWindow - 6 + at), data[at]) << at;
     }
     io.Reset();
-    EXPECT_EQ(io.Skip(kWindow - 6) | io.ReadIn(&read[0], 0, read.size(), nullptr) | io.Save(), 0);
+    EXPECT_EQ(io.Skip(kWindow - 6) | io.ReadIn(read.data(), 0, read.size(), nullptr) | io.Save(), 0);
     EXPECT_TRUE(read == data);  // too long to be printed
     this->ExpectNoView();
     EXPECT_EQ(io.Close(), this->isGlobal ? 0 : KX::kResultNothingDone);
