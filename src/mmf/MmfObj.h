@@ -98,8 +98,8 @@ protected:
 
     // Reopens the backing file; -1 also where memory for its name is short.
     int OpenBackingFile(std::uint64_t size) const noexcept KX_REQUIRES(lock);
-    // Maps a part of the backing file of a store of that size. MAP_FAILED also where the file ends before the part
-    // does: touching what is missing would end the process. Only that of a store of 4 GiB or more may, as it is known
+    // Maps [offset, offset + length) of the backing file of a store of that size. MAP_FAILED also where the file ends
+    // before: touching what is missing would end the process. Only that of a store of 4 GiB or more may, as it is known
     // to be shorter than its store (mmf/BackingFile.h).
     unsigned char* MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const
         KX_REQUIRES(lock);
