@@ -19,7 +19,7 @@ Result CIndependentMmfIo::Initialize(const wchar_t* prefix, const wchar_t* direc
     if (!made) return kResultOutOfMemory;
     const Result result = made->Initialize();
     if (Failed(result)) return result;
-    (void)made->SetDirectory(prefix, directory, 0);  // its answer says nothing that callers have settled on
+    (void)made->SetDirectory(prefix, directory, 0);  // where it is refused the defaults stay, as settled
     store = made;
     return kResultOk;
 }
