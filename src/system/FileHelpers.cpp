@@ -173,6 +173,16 @@ void CSystem::splitPath(const wchar_t* path, wchar_t* drive, wchar_t* folder, wc
     CopyOut(parts.extension, extension);
 }
 
+bool CSystem::GetTokenFileName(std::wstring path, std::wstring& drive, std::wstring& folder, std::wstring& name,
+                               std::wstring& extension) {
+    const PathParts parts = PartsOf(path.c_str());
+    drive.clear();
+    folder = parts.folder;
+    name = parts.name;
+    extension = parts.extension;
+    return true;
+}
+
 wchar_t* CSystem::strcpypart(wchar_t* dest, const wchar_t* src, unsigned long n) {
     std::wmemcpy(dest, src, n);
     dest[n] = L'\0';

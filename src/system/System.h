@@ -2,11 +2,14 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "io/Result.h"
 
 namespace KX {
 
+template <typename T>
+class CArrayList;
 template <typename T>
 class CBuffer;
 
@@ -91,6 +94,100 @@ public:
 
     // memcpy of srcSize bytes. The size of the destination is not looked at.
     static void MemoryCopy(const void* src, unsigned long srcSize, void* dest, unsigned long destSize);
+
+    // Whether the file exists where the path says or else beside the other file, which may be null. In the latter case
+    // the path is changed to the second place, found or not. A backslash joins it, as callers have settled on: where
+    // slashes alone separate, that asks for a file with a backslash in its name.
+    static bool SearchFile(std::wstring& path, const wchar_t* otherFile);
+
+    // Looks in each folder in turn for the file name of fileName. Returns the first path that exists, its backslashes
+    // turned into slashes, or "" if none does.
+    //
+    // A folder with a colon, or any if fileName begins with two backslashes, stands for itself; its file is joined by a
+    // backslash unless it ends in a separator. Any other folder, "/x" as well, is resolved as text against the folder
+    // of baseFile, "./" and "../" in it included, and passed over if baseFile is empty; here backslashes join all. What
+    // is asked for are the paths with their backslashes, as callers have settled on: see above.
+    static std::wstring SearchFile(std::wstring fileName, const std::vector<std::wstring>& folders,
+                                   std::wstring baseFile);
+
+    // Appends the name of every entry of the folder, "." and ".." included, in the system's order; nothing is chosen by
+    // extension, despite the name. A name that the text locale cannot read ends before the bytes that it cannot.
+    // kResultFileQueryFailed: the folder cannot be opened, out is left as it was.
+    static Result GetAllSpecifiedExpendFilesInDirectory(std::wstring folder, std::vector<std::wstring>& out);
+
+    // Appends the full paths of all that matches the pattern of glob (*, ?, [...]) in the folder, sorted; then, if
+    // recursive, those in each folder below it, in the system's order. Folder and pattern are one pattern together, so
+    // that wildcards in the folder's name count. A path that the text locale cannot read ends before the bytes that it
+    // cannot.
+    //
+    // Links to folders are followed. One that leads to a folder above itself is followed over and over, until the
+    // system refuses a path of too many links (Linux: more than 40) or characters: each file is found as often. With
+    // several such links every combination of them is a path, which takes time and memory without practical end: do not
+    // search such trees recursively.
+    //
+    // kResultFileQueryFailed  recursive, and the folder itself cannot be opened, as "" cannot; a folder below it that
+    //                         cannot be is passed over. What was found stays in out.
+    static Result FindAllFiles(std::wstring pattern, std::wstring folder, bool recursive,
+                               std::vector<std::wstring>& out);
+    static Result FindAllFiles(std::wstring pattern, std::wstring folder, bool recursive,
+                               CArrayList<std::wstring>& out);
+
+    // Adds to count the number of files in the folder and in all below it, whether recursive or not, as callers have
+    // settled on. What is no folder is a file; so is what cannot be queried, a dangling link for example, after a
+    // message as IsDirectory prints it. Links to folders are followed as FindAllFiles does, with the same price.
+    // kResultInvalidArgument: a folder cannot be opened; what was counted before stays in count.
+    static Result CountFiles(std::wstring folder, bool recursive, unsigned int& count);
+
+    // splitPath into texts, which has no limit of length. Always true.
+    static bool GetTokenFileName(std::wstring path, std::wstring& drive, std::wstring& folder, std::wstring& name,
+                                 std::wstring& extension);
+
+    // The first of folder + baseName + extension and folder + baseName + 0 to 998 + extension that names nothing that
+    // exists; "" if all of them do. The folder must end in a separator, for none is added. The extension starts with
+    // the last dot of the last argument; if that has none, a dot is put in front of it. Names are cut to 259
+    // characters. Nothing is made: another program may take the name meanwhile.
+    static std::wstring GetSerialFileName(std::wstring folder, std::wstring baseName, std::wstring extension);
+
+    // Writes the name folder + "/" + prefix + number + ".tmp" to out, where the caller provides the room, and returns
+    // the number. Null texts are empty; nothing is made.
+    //
+    // Number 0: one that lies 1 to 100 ahead of the clock's seconds; whether it is taken is not looked at. Any other:
+    // the first from there on whose name is taken, as callers have settled on, and the call does not return before
+    // there is one. Where the search went round to 0, the name is that of 0 and what is returned that of the first
+    // case.
+    static unsigned int GetSystemTempFileName(const wchar_t* folder, const wchar_t* prefix, unsigned int number,
+                                              wchar_t* out);
+
+    // Sleeps so many milliseconds, signals or not.
+    static void MSleep(unsigned int milliseconds);
+
+    // Seconds since the epoch by the system's clock, to the microsecond. The clock may be set back.
+    static double GetTime();
+
+    // The bundle of the application that runs: its name with extension ("X.app"), the folder that it is in with a
+    // separator at the end, followed by the sub path, and the bundle itself, "/" and the sub path. The bundle of a
+    // program that has none is the folder that holds it. Its path is cut to 259 bytes. Empty, or the rest without it,
+    // where the system cannot tell.
+    static std::wstring GetModuleName();
+    static std::wstring GetModulePath(std::wstring subPath);
+    static std::wstring GetBundlePath(std::wstring subPath);
+
+    // The folder for files that support the user's applications, made where it is missing, without a separator at the
+    // end: Library/Application Support at home on macOS, XDG_DATA_HOME or .local/share at home on Linux. Empty where
+    // the system cannot tell.
+    static std::wstring GetApplicationSupportPath();
+
+    // Which release of macOS runs: 10.6.0 to 10.6.8 are 0 to 8, 10.7.0 to 10.7.5 are 9 to 14, 10.8.0 is 15, 10.8.2 is
+    // 16, and 17 is anything newer or between, 10.6.9 and 10.7.6 included. -1 is anything older, and 10.8.1, which
+    // callers have settled on. Always 17 on Linux.
+    static int GetOSVersion();
+
+    // Always true.
+    static bool Is64BitOS();
+
+    // Whether there is a way to the network over IPv4 that nobody has to dial first: on Linux, whether the kernel has a
+    // default route. Nothing is sent, so the network behind it may still be down.
+    static bool NetworkConnected();
 };
 
 }  // namespace KX

@@ -1,0 +1,148 @@
+#include <algorithm>
+#include <fstream>
+
+#include "io/ArrayList.h"
+#include "support/TempFolder.h"
+#include "system/System.h"
+
+namespace fs = std::filesystem;
+using KX::CSystem;
+using Paths = std::vector<std::wstring>;
+
+namespace {
+
+using FileSearchTest = TempFolderTest;
+
+void Touch(const fs::path& path) {
+    std::ofstream(path) << "x";
+}
+
+TEST_F(FileSearchTest, FindsAndCountsInARealTree) {
+    // A thousand files in ten folders, in one of them what makes trees hard.
+    for (int i = 0; i < 1000; ++i) {
+        const fs::path inner = fs::path("tree") / std::to_string(i % 10);
+        fs::create_directories(inner);
+        Touch(inner / (std::to_string(i) + (i % 2 == 0 ? ".txt" : ".dat")));
+    }
+    Touch("tree/.hidden.txt");
+    Touch("tree/0/unreadable\xFF.txt");
+    fs::create_directory("tree/\xFF");  // in wide text: "tree/" itself
+    Touch("tree/\xFF/below.txt");
+    fs::create_directory("tree/0/folder.txt");
+    fs::create_symlink("nowhere", "tree/0/dangling.txt");
+    fs::create_directory("elsewhere");
+    Touch("elsewhere/linked.txt");
+    fs::create_directory_symlink("../elsewhere", "tree/link");
+
+    unsigned int count = 100;
+    EXPECT_EQ(CSystem::CountFiles(L"tree", false, count), KX::kResultOk);
+    EXPECT_EQ(count, 100U + 1000 + 5);
+
+    Paths found = {L"held before"};
+    EXPECT_EQ(CSystem::FindAllFiles(L"*.txt", L"tree", true, found), KX::kResultOk);
+    std::ranges::sort(found);
+    EXPECT_EQ(std::adjacent_find(found.begin(), found.end()), found.end());
+    EXPECT_EQ(found.size(), 1U + 500 + 5);
+    EXPECT_TRUE(std::ranges::binary_search(found, L"tree/link/linked.txt"));
+    EXPECT_TRUE(std::ranges::binary_search(found, L"tree/0/unreadable"));
+
+    KX::CArrayList<std::wstring> own;
+    EXPECT_EQ(CSystem::FindAllFiles(L"[12]?.txt", L"tree/2/", false, own), KX::kResultOk);
+    EXPECT_EQ(Paths(own.begin(), own.end()), (Paths{L"tree/2/12.txt", L"tree/2/22.txt"}));
+}
+
+TEST_F(FileSearchTest, TellsWhichFoldersCannotBeOpened) {
+    fs::create_directory("empty");
+    fs::create_directory_symlink(".", "empty/loop");  // ended by the system
+    Touch("empty/x");
+    struct Case {
+        const wchar_t *pattern, *folder;
+        KX::Result found, counted, listed;
+        std::size_t matches;
+    };
+    constexpr KX::Result kQuery = KX::kResultFileQueryFailed, kInvalid = KX::kResultInvalidArgument;
+    for (const auto& [pattern, folder, found, counted, listed, matches] :
+         {Case{L"x", L"missing", kQuery, kInvalid, kQuery, 0}, Case{L"empty", L"", kQuery, kInvalid, kQuery, 1},
+          Case{L"x", L"empty\xD800", kQuery, kInvalid, kQuery, 0}, Case{L"x\xD800", L"empty", 0, 0, 0, 0},
+          Case{L"x", L"empty", 0, 0, 0, 41}}) {
+        SCOPED_TRACE(testing::PrintToString(std::wstring(folder)));
+        Paths paths;
+        unsigned int count = 0;
+        EXPECT_EQ(CSystem::FindAllFiles(pattern, folder, false, paths), KX::kResultOk);
+        EXPECT_EQ(paths.size(), std::min<std::size_t>(matches, 1));
+        paths.clear();
+        EXPECT_EQ(CSystem::FindAllFiles(pattern, folder, true, paths), found);
+        EXPECT_EQ(paths.size(), matches);
+        EXPECT_EQ(CSystem::CountFiles(folder, true, count), counted);
+        paths.clear();
+        EXPECT_EQ(CSystem::GetAllSpecifiedExpendFilesInDirectory(folder, paths), listed);
+        std::ranges::sort(paths);
+        EXPECT_EQ(paths, listed == 0 ? (Paths{L".", L"..", L"loop", L"x"}) : Paths{});
+    }
+}
+
+TEST_F(FileSearchTest, LooksForAFileInAListOfFolders) {
+    for (const char* const folder : {"c:", "base"}) fs::create_directory(folder);
+    for (const char* const name : {"c:/file", "base\\sub\\file", "base\\file", "\\up\\file", "base/beside\\file"}) {
+        Touch(name);
+    }
+    struct Case {
+        const wchar_t *file, *base;
+        Paths folders;
+        const wchar_t* found;
+    };
+    for (const auto& [file, base, folders, found] :
+         {Case{L"x/file", L"", {L"missing:", L"c:/"}, L"c:/file"},
+          Case{L"\\\\host\\file", L"", {L"base\\sub"}, L"base/sub/file"},
+          Case{L"file", L"base/y.txt", {L"sub\\"}, L"base/sub/file"},
+          Case{L"file", L"base/y.txt", {L"/./none/..\\sub"}, L"base/sub/file"},
+          Case{L"file", L"base/y.txt", {L""}, L"base/file"}, Case{L"file", L"base/in/y.txt", {L"../up"}, L""},
+          Case{L"file", L"y.txt", {L"../up/", L"up"}, L"/up/file"},  // what is above the first folder: stays there
+          Case{L"file", L"", {L"base", L"sub"}, L""}, Case{L"file", L"base/y.txt", {}, L""}}) {
+        EXPECT_EQ(CSystem::SearchFile(file, folders, base), found) << fs::path(file) << fs::path(base);
+    }
+
+    std::wstring path = L"base";
+    EXPECT_TRUE(CSystem::SearchFile(path, L"ignored/y.txt"));
+    path = L"elsewhere/file";
+    EXPECT_FALSE(CSystem::SearchFile(path, nullptr));
+    EXPECT_EQ(path, L"elsewhere/file");
+    EXPECT_TRUE(CSystem::SearchFile(path, L"base/beside/"));
+    EXPECT_EQ(path, L"base/beside\\file");
+    path = L"none/beside\\file";
+    EXPECT_FALSE(CSystem::SearchFile(path, L"none/"));
+    EXPECT_EQ(path, L"none\\file");
+}
+
+TEST_F(FileSearchTest, SerialNamesAreTheFirstFreeOnes) {
+    EXPECT_EQ(CSystem::GetSerialFileName(L"./", L"log", L"a.b.dat"), L"./log.dat");
+    for (const char* const name : {"log.txt", "log0.txt", "log2.txt"}) Touch(name);
+    EXPECT_EQ(CSystem::GetSerialFileName(L"./", L"log", L"txt"), L"./log1.txt");
+    for (int i = 0; i < 998; ++i) Touch("log" + std::to_string(i) + ".txt");
+    EXPECT_EQ(CSystem::GetSerialFileName(L"./", L"log", L"txt"), L"./log998.txt");
+    Touch("log998.txt");
+    EXPECT_EQ(CSystem::GetSerialFileName(L"./", L"log", L"txt"), L"");
+    EXPECT_EQ(CSystem::GetSerialFileName(L"", std::wstring(300, L'x'), L"").size(), 259U);
+}
+
+TEST_F(FileSearchTest, TemporaryNamesAreAheadOfTheClockOrTaken) {
+    const std::wstring below = folder.wstring();
+    wchar_t out[1024];
+    const double before = CSystem::GetTime();
+    const unsigned int number = CSystem::GetSystemTempFileName((below + L"/").c_str(), L"ab", 0, out);
+    EXPECT_GT(number, before);
+    EXPECT_LE(number, CSystem::GetTime() + 100);
+    EXPECT_EQ(out, below + L"/ab" + std::to_wstring(number) + L".tmp");
+
+    for (const char* const name : {"ab9.tmp", "ab0.tmp"}) fs::create_directory(name);
+    for (const unsigned int from : {7U, 9U}) {
+        EXPECT_EQ(CSystem::GetSystemTempFileName(below.c_str(), L"ab", from, out), 9U);
+        EXPECT_EQ(out, below + L"/ab9.tmp");
+    }
+    EXPECT_GT(CSystem::GetSystemTempFileName(below.c_str(), L"ab", UINT_MAX, out),
+              before);  // round to 0, which is none
+    EXPECT_EQ(out, below + L"/ab0.tmp");
+    for (const char* const name : {"ab9.tmp", "ab0.tmp"}) fs::remove(name);
+}
+
+}  // namespace
