@@ -31,13 +31,10 @@ public:
 };
 
 std::unique_ptr<KX::CBlockIo> MakeGlobalIo(const std::wstring& folder, std::uint64_t size) {
-    const auto setFolder = [](const std::wstring& path) {
-        Require(KX::CMmf::SetDirectory(0, L"KX__", path.c_str(), 0), "a store refused its folder");
-    };
     auto io = std::make_unique<CGlobalIo>();
-    setFolder(folder);
+    UseStoreFolder(0, folder);
     Require(io->Create(size, L"block") == KX::kResultOk, "no block");
-    setFolder(StoreFolder("store0"));  // where the blocks of other benchmarks go
+    UseStoreFolder(0, StoreFolder("store0"));  // where the blocks of other benchmarks go
     return io;
 }
 

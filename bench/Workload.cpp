@@ -43,6 +43,10 @@ std::wstring StoreFolder(const std::string& name) {
     return (WorkFolder() / name).wstring() + L'/';
 }
 
+void UseStoreFolder(int store, const std::wstring& folder) {
+    Require(KX::CMmf::SetDirectory(store, L"KX__", folder.c_str(), 0), "a store refused its folder");
+}
+
 CBlock::CBlock(std::uint64_t size) {
     Require(KX::CMmf::MemAlloc(size, handle, false, nullptr), "no block");
 }

@@ -51,6 +51,9 @@ const std::filesystem::path& WorkFolder();
 // A folder in it, as a store takes it: the store makes it with its first block and removes it with its last.
 std::wstring StoreFolder(const std::string& name);
 
+// Has a global store put its next objects there.
+void UseStoreFolder(int store, const std::wstring& folder);
+
 // A live block of the first global store, 64 KiB unless told otherwise.
 struct CBlock : private boost::noncopyable {
     explicit CBlock(std::uint64_t size = 0x10000);

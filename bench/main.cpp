@@ -4,6 +4,11 @@
 // was missed, which a busy machine may have caused, fails it only with --strict. --quick shows that everything
 // runs, and measures badly.
 
+#include <openssl/crypto.h>
+#include <sys/utsname.h>
+
+#include <boost/version.hpp>
+#include <cereal/version.hpp>
 #include <clocale>
 #include <cstdlib>
 #include <string>
@@ -36,6 +41,19 @@ void InitializeBenchmark(char* program, const std::vector<std::string>& given, b
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) std::exit(EXIT_FAILURE);
 }
 
+// A table of ratios means little without what was compared, and where.
+void NameThePeers() {
+    utsname system{};
+    Require(::uname(&system) == 0, "the system does not tell its name");
+    benchmark::AddCustomContext("system", std::string(system.sysname) + " " + system.release);
+    benchmark::AddCustomContext("compiler", __VERSION__);
+    benchmark::AddCustomContext("Boost", BOOST_LIB_VERSION);
+    benchmark::AddCustomContext("cereal", std::to_string(CEREAL_VERSION_MAJOR) + "." +
+                                              std::to_string(CEREAL_VERSION_MINOR) + "." +
+                                              std::to_string(CEREAL_VERSION_PATCH));
+    benchmark::AddCustomContext("OpenSSL", OpenSSL_version(OPENSSL_VERSION));
+}
+
 // The locale that the build has compiled. Ours convert paths under it, and the peers switch to it.
 void FindLocale() {
     ::setenv("LOCPATH", KXMMF_LOCALE_FOLDER, 1);
@@ -45,8 +63,7 @@ void FindLocale() {
 
 void MoveStoresToWorkFolder() {
     for (int store = 0; store < 4; ++store) {
-        const std::wstring folder = StoreFolder("store" + std::to_string(store));
-        Require(KX::CMmf::SetDirectory(store, L"KX__", folder.c_str(), 0), "a store refused its folder");
+        UseStoreFolder(store, StoreFolder("store" + std::to_string(store)));
     }
 }
 
@@ -57,6 +74,7 @@ int main(int argc, char** argv) {
     const bool isQuick = Take(flags, "--quick");
     const bool isStrict = Take(flags, "--strict");
     InitializeBenchmark(argv[0], flags, isQuick);
+    NameThePeers();
     FindLocale();
     MoveStoresToWorkFolder();
 
