@@ -4,9 +4,10 @@ SETUP := ./cmake/setup.sh
 SOURCES = $(shell git ls-files '*.h' '*.cpp' '*.mm')
 LOCALE = LOCPATH=$(CURDIR)/build/release/locale
 FUZZ_SECONDS ?= 60
+PREFIX ?= /usr/local
 DEMO_INPUT = folders=$$(./cmake/demo-input.sh) && printf '%s\n' "$$folders" | tr '\n' '\0'
 
-.PHONY: demo test bench format format-check lint fuzz sanitize asan tsan clean
+.PHONY: demo test install bench format format-check lint fuzz sanitize asan tsan clean
 
 # The main job on real input: the compiler's own programs, each file as a block and then all of them as one.
 demo:
@@ -21,6 +22,13 @@ test:
 	cmake --preset release
 	cmake --build build/release
 	ctest --preset release
+
+# PREFIX=folder for another place than /usr/local; DESTDIR=folder to collect the files of a package.
+install:
+	@$(SETUP) build
+	cmake --preset demo
+	cmake --build build/release
+	cmake --install build/release --prefix $(PREFIX)
 
 # BENCH_FLAGS="--quick" for a short run; see bench/ for the rest.
 bench:
