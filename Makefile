@@ -7,7 +7,7 @@ FUZZ_SECONDS ?= 60
 PREFIX ?= /usr/local
 DEMO_INPUT = folders=$$(./cmake/demo-input.sh) && printf '%s\n' "$$folders" | tr '\n' '\0'
 
-.PHONY: demo test install bench format format-check lint fuzz sanitize asan tsan clean
+.PHONY: demo test install consumer bench format format-check lint fuzz sanitize asan tsan clean
 
 # The main job on real input: the compiler's own programs, each file as a block and then all of them as one.
 demo:
@@ -29,6 +29,14 @@ install:
 	cmake --preset demo
 	cmake --build build/release
 	cmake --install build/release --prefix $(PREFIX)
+
+# Each public header compiled alone, and a small project that uses the library: installed, moved, or from its sources.
+consumer:
+	@$(SETUP) build test check package
+	cmake --preset release
+	cmake --build build/release
+	cmake --build build/release --target all_verify_interface_header_sets
+	cmake -DBUILD=build/release -P tests/consumer/run.cmake
 
 # BENCH_FLAGS="--quick" for a short run; see bench/ for the rest.
 bench:

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the packages that a make target needs and that are missing: setup.sh GROUP...
-# Groups: build (library and programs), test, bench, check (format, lint, sanitizers).
+# Groups: build (library and programs), test, bench, check (format, lint, sanitizers), package (use when installed).
 # Debian's packages are installed; on macOS it says what to install. Nothing is done where nothing is missing.
 set -eu
 
@@ -10,6 +10,7 @@ debian_packages() {
         test) echo "libgtest-dev libgmock-dev" ;;
         bench) echo "libbenchmark-dev libboost-dev libboost-serialization-dev libcereal-dev libfmt-dev libssl-dev" ;;
         check) echo "clang clang-format clang-tidy libclang-rt-dev" ;;
+        package) echo "pkgconf" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
     esac
 }
@@ -20,6 +21,7 @@ homebrew_packages() {
         test) echo "googletest" ;;
         bench) echo "google-benchmark boost cereal openssl" ;;
         check) echo "llvm clang-format" ;;
+        package) echo "pkgconf" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
     esac
 }
