@@ -23,8 +23,8 @@ private:
 // Holds a critical section for the length of a scope. The section must outlive it.
 class KX_SCOPED_CAPABILITY CKXCriticalSectionSmartLock {
 public:
-    explicit CKXCriticalSectionSmartLock(CKXCriticalSection& section) KX_ACQUIRE(section) : section(&section) {
-        section.Lock();
+    explicit CKXCriticalSectionSmartLock(CKXCriticalSection& entered) KX_ACQUIRE(entered) : section(&entered) {
+        entered.Lock();
     }
     virtual ~CKXCriticalSectionSmartLock() KX_RELEASE() { section->Unlock(); }
 

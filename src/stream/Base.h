@@ -53,8 +53,8 @@ private:
 class CRtti {
 public:
     // The name must live as long as the record; the base is null at the root of a family.
-    CRtti(const char* className, const CRtti* base, int major, int minor)
-        : className(className), base(base), version(major, minor) {}
+    CRtti(const char* name, const CRtti* baseClass, int major, int minor)
+        : className(name), base(baseClass), version(major, minor) {}
 
     CRtti(const CRtti&) = delete;
     CRtti& operator=(const CRtti&) = delete;
