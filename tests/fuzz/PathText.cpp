@@ -1,5 +1,6 @@
-// The path, text and conversion functions against each other and against their definitions, for narrow text of any
-// bytes and for its wide twins. Input: one byte with two lengths, the texts `from` and `to` of these lengths, the text.
+// The path, text, number and conversion functions against each other and against their definitions, for narrow text of
+// any bytes and for its wide twins. Input: one byte with two lengths, the texts `from` and `to` of these lengths, the
+// text.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -10,6 +11,7 @@
 
 #include "fuzz/Target.h"
 #include "string/Encoding.h"
+#include "string/Number.h"
 #include "string/Path.h"
 #include "string/Text.h"
 #include "system/NarrowPath.h"
@@ -187,6 +189,24 @@ std::vector<Text> CaseResults(const Input<Text>& in) {
             Ascii<Text>(KX::IsPathTheSame(from, to) ? "true" : "false")};
 }
 
+// The numbers that a text starts with.
+template <typename Text>
+std::vector<double> Numbers(const Text& text) {
+    return {KX::StringToDouble(text), static_cast<double>(KX::StringToFloat(text)),
+            static_cast<double>(KX::StringToLong(text)), static_cast<double>(KX::StringToUint64(text)),
+            static_cast<double>(KX::StringToBool(text))};
+}
+
+void CheckNumbers(const std::string& text, const std::wstring& wide) {
+    Check(Numbers(text) == Numbers(wide) || !IsAscii(text), "narrow and wide text have one number");
+    const long whole = KX::StringToLong(text);
+    Check(KX::StringToLong(KX::LongToWstring(whole)) == whole, "a number printed is read again");
+    const double real = KX::StringToDouble(text);
+    Check(KX::StringToDouble(KX::DoubleToString(real, 17)) == real, "17 digits tell every number");
+    Check(KX::StringFormat("%s", text.c_str()) == text.c_str(), "formatted as it is");
+    Check(KX::StringFormat(L"%ls", wide.c_str()) == wide.c_str(), "formatted as it is");
+}
+
 template <typename Convert>
 void CheckTwins(const Input<std::string>& in, Convert convert) {
     const Input<std::wstring> wide{convert(in.text), convert(in.from), convert(in.to)};
@@ -241,6 +261,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CheckTexts(narrow);
     CheckTexts(wide);
     CheckWideTexts(wide);
+    CheckNumbers(narrow.text, wide.text);
     CheckTwins(narrow, Widened);
     if (std::ranges::all_of(std::array{narrow.text, narrow.from, narrow.to}, IsConvertible))
         CheckTwins(narrow, Decoded);
