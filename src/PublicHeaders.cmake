@@ -46,6 +46,7 @@ target_sources(kxmmf-headers INTERFACE FILE_SET HEADERS BASE_DIRS ${CMAKE_CURREN
     stream/Stream.h
     stream/StreamText.h
     string/Encoding.h
+    string/Number.h
     string/Path.h
     string/Text.h
     system/File.h
