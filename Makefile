@@ -7,7 +7,7 @@ FUZZ_SECONDS ?= 60
 PREFIX ?= /usr/local
 DEMO_INPUT = folders=$$(./cmake/demo-input.sh) && printf '%s\n' "$$folders" | tr '\n' '\0'
 
-.PHONY: demo test install consumer bench format format-check lint fuzz sanitize asan tsan clean
+.PHONY: demo test install consumer bench docs format format-check lint fuzz sanitize asan tsan clean
 
 # The main job on real input: the compiler's own programs, each file as a block and then all of them as one.
 demo:
@@ -44,6 +44,13 @@ bench:
 	cmake --preset bench
 	cmake --build build/bench
 	./build/bench/bench/kxmmf-bench $(BENCH_FLAGS)
+
+# The API reference, build/docs/html/index.html. Fails where a public member has no comment.
+docs:
+	@$(SETUP) docs
+	mkdir -p build/docs
+	doxygen docs/doxygen/Doxyfile
+	mandoc -T lint -W warning docs/kxstore.1
 
 format:
 	@$(SETUP) check

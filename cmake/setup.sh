@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs the packages that a make target needs and that are missing: setup.sh GROUP...
-# Groups: build (library and programs), test, bench, check (format, lint, sanitizers), package (use when installed).
+# Groups: build (library and programs), test, bench, check (format, lint, sanitizers), package (use when installed),
+# docs (API reference, manual page).
 # Debian's packages are installed; on macOS it says what to install. Nothing is done where nothing is missing.
 set -eu
 
@@ -11,6 +12,7 @@ debian_packages() {
         bench) echo "libbenchmark-dev libboost-dev libboost-serialization-dev libcereal-dev libfmt-dev libssl-dev" ;;
         check) echo "clang clang-format clang-tidy libclang-rt-dev" ;;
         package) echo "pkgconf" ;;
+        docs) echo "doxygen mandoc python3" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
     esac
 }
@@ -22,6 +24,7 @@ homebrew_packages() {
         bench) echo "google-benchmark boost cereal openssl" ;;
         check) echo "llvm clang-format" ;;
         package) echo "pkgconf" ;;
+        docs) echo "doxygen mandoc" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
     esac
 }

@@ -23,12 +23,14 @@ public:
         }
     }
 
+    // The number of items.
     std::size_t size() const { return items.size(); }
 
     // The index must be below size().
     T& operator[](std::size_t index) { return items[index]; }
     const T& operator[](std::size_t index) const { return items[index]; }
 
+    // For loops over the items in their order.
     auto begin() { return items.begin(); }
     auto end() { return items.end(); }
     auto begin() const { return items.begin(); }

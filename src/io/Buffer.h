@@ -26,10 +26,12 @@ public:
     // held before is released first, or used again where it is as long; the source must not lie in one that is
     // released. kResultNothingDone: the count is 0, and all is as it was.
     virtual Result CreateBuffer(unsigned long newCount, const T* source);
+    // Releases the array.
     virtual void DestroyBuffer() { Release(); }
 
     // The first element; null without an array. Lives until the next call of the two above.
     T* GetBuffer() const { return elements; }
+    // The number of elements.
     unsigned long GetCount() const { return count; }
 
 private:

@@ -36,6 +36,7 @@ public:
     // Closes the file, if there is one, and zeroes size and counts. Always 0: what was written may yet have failed to
     // reach the disk. Flush tells.
     Result Close();
+    // Whether a file is open.
     bool IsOpen() const { return file != nullptr; }
 
     // Hands the system all that was written. kResultIoFailed: part of it is lost.

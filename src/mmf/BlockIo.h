@@ -35,6 +35,7 @@ public:
     unsigned int GetHandle() const { return handle; }
     // Frees the block, if one is held. The view stays open.
     void Remove() { FreeBlock(); }
+    // Moves to the beginning.
     void Reset() { position = 0; }
     // Closes the view; the block is kept. kResultNothingDone: none was open.
     Result Close();
@@ -72,11 +73,11 @@ protected:
     // Lets the view go.
     void ReleaseView() { view.reset(); }
 
-    unsigned int handle = 0;
-    std::uint64_t serial = 0;  // of the block; 0 before one was found
-    std::uint64_t position = 0;
-    std::uint64_t dataSize = 0;
-    bool hasView = false;  // as callers are told; after CMmfIo::Save one that is gone
+    unsigned int handle = 0;     // of the block, 0 for none
+    std::uint64_t serial = 0;    // of the block; 0 before one was found
+    std::uint64_t position = 0;  // where the next byte is read or written
+    std::uint64_t dataSize = 0;  // the position that none passes
+    bool hasView = false;        // as callers are told; after CMmfIo::Save one that is gone
 
 private:
     bool IsBlockThere();

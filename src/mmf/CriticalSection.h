@@ -13,7 +13,9 @@ public:
     CKXCriticalSection(const CKXCriticalSection&) = delete;
     CKXCriticalSection& operator=(const CKXCriticalSection&) = delete;
 
+    // Waits until no other thread holds it.
     void Lock() KX_ACQUIRE() { ::pthread_mutex_lock(&mutex); }
+    // By the thread that holds it.
     void Unlock() KX_RELEASE() { ::pthread_mutex_unlock(&mutex); }
 
 private:
@@ -23,6 +25,7 @@ private:
 // Holds a critical section for the length of a scope. The section must outlive it.
 class KX_SCOPED_CAPABILITY CKXCriticalSectionSmartLock {
 public:
+    // Waits for the section.
     explicit CKXCriticalSectionSmartLock(CKXCriticalSection& entered) KX_ACQUIRE(entered) : section(&entered) {
         entered.Lock();
     }

@@ -95,12 +95,14 @@ private:
 // and must outlive the view; it must be initialized.
 class KX_API CIndependentSmartMap {
 public:
+    // Maps nothing yet. The window size is in bytes.
     CIndependentSmartMap(unsigned int handle, unsigned int windowSize, CIndependentMmf* store);
     ~CIndependentSmartMap();
 
     CIndependentSmartMap(const CIndependentSmartMap&) = delete;
     CIndependentSmartMap& operator=(const CIndependentSmartMap&) = delete;
 
+    // As CKXSmartWindowMap::GetMapAddress.
     unsigned char* GetMapAddress(unsigned char* base, unsigned long offset);
 
 private:

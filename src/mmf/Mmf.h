@@ -27,7 +27,7 @@ namespace KX {
 // Threads:   any, but for SetDirectory, which needs a quiet store. Addresses are used without a lock. Threads that use
 //            the stores end before the static objects of the program do.
 // Processes: a forked child can read what is mapped and should leave the stores alone; at its end they stay as they
-// are.
+//            are.
 class KX_API CMmf {
 public:
     CMmf() = delete;
@@ -66,6 +66,7 @@ public:
     // Always 0: see IsBackingFileName in mmf/StoreFolder.h.
     static unsigned int GetDirectoryMMFQuantity(const wchar_t* directory);
 
+    // Of the system.
     static long GetPageSize();
     // The size rounded up to whole pages, in 32 bits.
     static unsigned long GetBlockSize(unsigned int size);

@@ -81,6 +81,7 @@ public:
     // Frees the heap buffer, closes and deletes the file.
     void DestroyMemMapFile();
 
+    // As the constructor was told.
     bool IsShareable() const { return bShareable; }
     // Whether the store is a heap buffer.
     bool IsInMemory();
@@ -88,13 +89,13 @@ public:
     std::uint64_t GetFileSize();
 
 protected:
-    std::wstring filePath KX_GUARDED_BY(lock);  // full path of the backing file, empty when there is none
-    std::uint64_t fileSize KX_GUARDED_BY(lock) = 0;
-    unsigned char* heapBuffer KX_GUARDED_BY(lock) = nullptr;
-    const bool bShareable;
-    CKXCriticalSection lock;
-    int fd KX_GUARDED_BY(lock) = -1;
-    bool bInMemory KX_GUARDED_BY(lock) = false;  // the store is, or is to be, a heap buffer
+    std::wstring filePath KX_GUARDED_BY(lock);                // full path of the backing file, empty when there is none
+    std::uint64_t fileSize KX_GUARDED_BY(lock) = 0;           // of the store in bytes
+    unsigned char* heapBuffer KX_GUARDED_BY(lock) = nullptr;  // null where the store is a file
+    const bool bShareable;                                    // see the constructor
+    CKXCriticalSection lock;                                  // guards all else
+    int fd KX_GUARDED_BY(lock) = -1;                          // of the backing file, -1 while it is not open
+    bool bInMemory KX_GUARDED_BY(lock) = false;               // the store is, or is to be, a heap buffer
 
     // Reopens the backing file; -1 also where memory for its name is short.
     int OpenBackingFile(std::uint64_t size) const noexcept KX_REQUIRES(lock);
@@ -103,6 +104,7 @@ protected:
     // to be shorter than its store (mmf/BackingFile.h).
     unsigned char* MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const
         KX_REQUIRES(lock);
+    // Another one at each call. Never 0.
     static std::uint64_t NewSerial();
     // Takes back the name and the size that LoadHeader has read, after a failure to read the rest.
     void ForgetFile();

@@ -17,13 +17,15 @@
 // object, UnMap without a Map wraps the count around.
 class CShareMmfObj : public CMmfObj {
 public:
+    // In bytes, but for the number of slots.
     static constexpr unsigned long kSlotSize = 0x10000;
     static constexpr unsigned long kSlotCount = 1024;
     static constexpr unsigned long kStoreSize = kSlotSize * kSlotCount;  // 0x4000000, 64 MiB
 
+    // A block.
     struct CMapping {
-        std::uint64_t firstSlot = 0;
-        std::uint64_t slotCount = 0;
+        std::uint64_t firstSlot = 0;             // its number
+        std::uint64_t slotCount = 0;             // how many it takes
         std::uint64_t refCount = 0;              // whole-block maps
         unsigned char* mappedAddress = nullptr;  // the whole block while refCount is above 0
         std::uint64_t mappedLength = 0;          // of the last view made, whole or window

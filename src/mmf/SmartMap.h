@@ -9,6 +9,7 @@ namespace KX {
 // Maps a whole block of a global store for its own lifetime. One thread per object; the block must stay allocated.
 class KX_API CKXSmartMap {
 public:
+    // Maps the block.
     explicit CKXSmartMap(unsigned int handle);
     ~CKXSmartMap();
 

@@ -19,10 +19,13 @@ class CMemberLink;
 class COrcaID {
 public:
     constexpr COrcaID() = default;
+    // The identifier of that number.
     constexpr explicit COrcaID(unsigned long long id) : value(id) {}
 
+    // The number.
     constexpr unsigned long long Value() const { return value; }
 
+    // By number.
     friend constexpr auto operator<=>(COrcaID, COrcaID) = default;  // NOLINT(modernize-use-nullptr): its own 0
 
 private:
@@ -33,11 +36,13 @@ private:
 class CVersion {
 public:
     constexpr CVersion() = default;
+    // The version of that number.
     constexpr explicit CVersion(unsigned int majorTimes100PlusMinor) : value(majorTimes100PlusMinor) {}
     // The numbers must not be negative.
     constexpr CVersion(int major, int minor)
         : value(static_cast<unsigned int>(major) * 100 + static_cast<unsigned int>(minor)) {}
 
+    // The number.
     constexpr unsigned int Value() const { return value; }
 
 private:
@@ -59,6 +64,7 @@ public:
     CRtti(const CRtti&) = delete;
     CRtti& operator=(const CRtti&) = delete;
 
+    // What the constructor was told.
     const char* ClassName() const { return className; }
     const CRtti* Base() const { return base; }
     CVersion Version() const { return version; }
@@ -120,8 +126,10 @@ public:
 
     virtual ~CBase() = default;
 
+    // Any text; lists of loaded and saved objects show it.
     const std::wstring& GetName() const { return name; }
     void SetName(std::wstring newName) { name = std::move(newName); }
+    // Any identifier; CMemberLink::SetOwnerObject takes it over.
     COrcaID GetID() const { return id; }
     void SetID(COrcaID newID) { id = newID; }
 

@@ -14,23 +14,25 @@ namespace KX {
 // The sections of a container, as sets of bits. SkipType names those in which an object whose class has no creator is
 // passed over instead of failing the load; DataSection those that are to be loaded or saved.
 enum class SkipType : unsigned int {
-    None = 0,
-    Thumbnail = 2,
-    Drm = 4,
-    ExtendInfo = 8,
-    Data = 16,
+    None = 0,        // no section
+    Thumbnail = 2,   // one object that shows what is in the file
+    Drm = 4,         // a list of objects
+    ExtendInfo = 8,  // another list of objects
+    Data = 16,       // the graph of objects
 };
 
+// See SkipType.
 enum class DataSection : unsigned int {
-    None = 0,
-    Thumbnail = 2,
-    Drm = 4,
-    ExtendInfo = 8,
+    None = 0,          // no section
+    Thumbnail = 2,     // as in SkipType, and so the next two
+    Drm = 4,           // a list of objects
+    ExtendInfo = 8,    // another list of objects
     Data = 16,         // parsed into objects
     RawData = 32,      // kept as it is, to be saved again; counts where Data is not set
     HQThumbnail = 64,  // the first object of the extend info alone; counts where ExtendInfo is not set
 };
 
+// The union and the intersection of two sets.
 constexpr SkipType operator|(SkipType a, SkipType b) {
     return static_cast<SkipType>(static_cast<unsigned int>(a) | static_cast<unsigned int>(b));
 }
@@ -44,6 +46,7 @@ constexpr DataSection operator&(DataSection a, DataSection b) {
     return static_cast<DataSection>(static_cast<unsigned int>(a) & static_cast<unsigned int>(b));
 }
 
+// Whether the set has one of the bits.
 constexpr bool HasAny(SkipType set, SkipType bits) {
     return (set & bits) != SkipType::None;
 }
@@ -51,6 +54,7 @@ constexpr bool HasAny(DataSection set, DataSection bits) {
     return (set & bits) != DataSection::None;
 }
 
+// Counted objects.
 using CObjectList = std::vector<CPointer<CBase>>;
 // The identifiers that name no loaded object, with the objects that refer to them.
 using CMissingLinkMap = std::map<COrcaID, CObjectList>;
@@ -72,6 +76,7 @@ public:
     // Null for none.
     virtual Result SetProgress(CProgress* progress) = 0;
 
+    // CIoBuffer::ReadIn and its like, for the buffer that is set.
     virtual Result ReadIn(void* destination, unsigned long capacity, unsigned long count) = 0;
     virtual Result WriteOut(const void* source, unsigned long count) = 0;
     virtual Result Skip(unsigned int count) = 0;
@@ -85,9 +90,11 @@ protected:
     ~CIoStream() = default;
 };
 
-// A stream of objects. What each operation promises stands with KX::CStream, which is the one stream there is.
+// A stream of objects.
 class CBaseStream : public CIoStream {
 public:
+    // What each operation promises stands with KX::CStream, which is the one stream there is.
+
     virtual bool InsertInLinkMap(COrcaID id, CMemberLink* link) = 0;
     virtual CBase* GetObjectFromLinkMap(COrcaID id) = 0;
     virtual Result InsertInOrdered(CBase* object) = 0;

@@ -29,11 +29,13 @@ public:
         owner = object;
         ownerID = object == nullptr ? COrcaID() : object->GetID();
     }
+    // The owner, null for none, and its identifier as it was then.
     CBase* GetOwner() const { return owner.Get(); }
     COrcaID GetOwnerID() const { return ownerID; }
 
     // Whether the owner's Link has succeeded.
     bool IsLinked() const { return isLinked; }
+    // For the stream.
     void SetLinked(bool newLinked) { isLinked = newLinked; }
 
     // The identifiers of the objects that the owner refers to.

@@ -35,6 +35,7 @@ public:
         return *this;
     }
 
+    // The object, null for none.
     T* Get() const { return held; }
     T* operator->() const { return held; }
     T& operator*() const { return *held; }

@@ -6,6 +6,7 @@
 // Calls a function at the end of its scope, on whatever path it is left. The function must not throw.
 class CScopeGuard {
 public:
+    // An empty function is not called.
     explicit CScopeGuard(std::function<void()> function) : atExit(std::move(function)) {}
     ~CScopeGuard() {
         if (atExit) atExit();

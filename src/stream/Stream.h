@@ -85,7 +85,9 @@ public:
     CVersion Version(const CRtti* rtti) const override;
     // Adds or replaces.
     Result AddVersion(const CRtti* rtti, CVersion version) override;
+    // Whether the class has an entry.
     bool HasVersion(const CRtti* rtti) const override;
+    // Removes all entries.
     void ClearVersion() override;
 
     // ---- Thumbnail, drm and extend info: kept by RemoveAll ----
@@ -181,6 +183,7 @@ public:
     // Also gathers the objects that SaveData and PrepareCompressData write; they must live until then.
     Result DataSize(unsigned int& total, unsigned int& max);
 
+    // Each writes its section.
     Result SaveHeader();
     Result SaveDataVersion();
     Result SaveThumbnail();
@@ -192,10 +195,13 @@ public:
     Result PrepareCompressData(unsigned int& size, unsigned int versionSize);
     // Writes and frees what was prepared; the argument is not looked at.
     Result SaveCompressData(unsigned int size);
+    // Writes so many bytes of the block, a whole section, as they are.
     Result SaveRawData(unsigned int size, unsigned char* block);
 
     // ---- Single sections, loaded. The length field before a section has been read already ----
 
+    // Each reads its section; LoadV30 all that follows the header in a file before version 3.01. `skip`: an object whose
+    // class has no creator is passed over.
     Result LoadV30(SkipType skip, DataSection section);
     Result LoadHeader();
     Result LoadDataVersion();
@@ -207,15 +213,17 @@ public:
     // Reads records up to the end of a section of `length` bytes, to which the class table belongs that LoadDataVersion
     // has just read; a length of 0 means: up to the end of the buffer. Then links.
     Result LoadData(bool skip, unsigned int length);
+    // Reads the section and unpacks it into the buffer, which LoadData can then read.
     Result LoadCompressData(CMemoryIoBuffer& memory, unsigned long length);
     // The caller frees the block by delete[]; one that it brings is freed.
     Result LoadRawData(unsigned int length, unsigned char*& block);
+    // Reads a class identifier and finds its class.
     Result LoadClassName(std::string& name);
     // `total` is the size to which the progress relates; may be 0. The target stays as it was on failure, and becomes
     // null where the object was skipped.
     Result LoadObject(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total);
 
-    // ---- Hooks for a derived stream that times and measures; they do nothing and return 1 ----
+    // Hooks for a derived stream that times and measures. They do nothing and return 1.
 
     virtual Result GetHeadSize(unsigned long size);
     virtual Result GetHeadStartTime();
