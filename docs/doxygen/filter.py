@@ -198,11 +198,11 @@ def document_block(header, out, start, spoken_for):
 
 def document_group(header, out, start, comment):
     """Handles declarations under one comment, which stands above the first of them already."""
-    first = name_at(header.lines[start])
+    first = name_from(header, start)
     is_new = False
     for i in range(start, header.end_of_group(start)):
         if is_new and header.at(i) == header.at(start) and not has_own_comment(header.lines[i]):
-            is_twin = name_at(header.lines[i]) == first
+            is_twin = name_from(header, i) == first
             if is_twin or "override" not in header.lines[i]:
                 prefix = "" if is_twin else f"With {escape(first)}: "
                 out[i] = f"/** {prefix}{' '.join(comment)} */ {header.lines[i]}"
@@ -213,8 +213,14 @@ def document_group(header, out, start, comment):
 
 def name_at(line):
     """The name that the line declares."""
-    match = re.search(r"(operator ?[^\s(]+|\w+)\(", line) or re.search(r"(\w+)( =.*|\{\})?;", code_of(line))
+    line = re.sub(r"\[\[.*?\]\]", "", code_of(line))
+    match = re.search(r"(operator ?[^\s(]+|\w+)\(", line) or re.search(r"(\w+)( =.*|\{\})?;", line)
     return match[1] if match else ""
+
+
+def name_from(header, i):
+    """The name of the declaration that starts in line i, perhaps with a line of its own for the template."""
+    return name_at(header.lines[i + 1 if header.lines[i].strip().startswith("template <") else i])
 
 
 def has_own_comment(line):

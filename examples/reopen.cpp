@@ -1,0 +1,71 @@
+// Keeps a block beyond the end of its process.
+//
+//   reopen save FOLDER/           stores a block in the folder, which is made, and prints the block's handle
+//   reopen load FOLDER/ HANDLE    in another process: finds the block again, prints its first byte and deletes all
+#include <unistd.h>
+
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "mmf/IndependentMmf.h"
+
+namespace {
+
+constexpr unsigned long kSize = 100'000'000;  // above 64 MiB: a smaller block would not survive
+constexpr unsigned int kWindow = 16U << 20;
+
+using Store = KX::CPointer<KX::CIndependentMmf>;  // counted: the last one that goes deletes the store and its files
+
+// The folder ends with a separator; its parent must exist. Null: the store cannot be made.
+Store OpenStore(const std::wstring& folder) {
+    Store store = new KX::CIndependentMmf;
+    if (KX::Failed(store->Initialize())) return nullptr;
+    if (store->SetDirectory(L"map_", folder.c_str(), 0)) return nullptr;  // here true means refused
+    return store;
+}
+
+bool WriteByte(const Store& store, unsigned int block) {
+    KX::CIndependentSmartMap view(block, kWindow, store.Get());
+    unsigned char* const window = view.GetMapAddress(nullptr, 0);
+    if (window == nullptr) return false;
+    window[0] = 42;
+    return true;
+}
+
+int Save(const std::wstring& folder) {
+    const Store store = OpenStore(folder);
+    unsigned int block = 0;
+    if (!store || !store->MemAlloc(kSize, block) || !WriteByte(store, block)) return 1;
+    if (KX::Failed(store->SaveHeaderFile())) return 1;
+    std::printf("%u\n", block);  // the header file holds no handles: keep them yourself
+    std::fflush(stdout);
+    ::_exit(0);  // past the end of the store, which would delete its files
+}
+
+int Load(const std::wstring& folder, unsigned int block) {
+    const Store store = OpenStore(folder);
+    if (!store || KX::Failed(store->LoadHeaderFile()) || store->GetSize(block) != kSize) return 1;
+    KX::CIndependentSmartMap view(block, kWindow, store.Get());
+    const unsigned char* const window = view.GetMapAddress(nullptr, 0);
+    if (window == nullptr) return 1;
+    std::printf("the first byte is %d\n", window[0]);
+    return 0;  // the view goes, then the store, and the files with it
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::setlocale(LC_ALL, "");  // for a folder that is not plain ASCII
+    const std::string_view task = argc > 2 ? argv[1] : "";
+    if (task == "save") return Save(std::filesystem::path(argv[2]).wstring());
+    if (task == "load" && argc > 3) {
+        const auto handle = static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10));
+        return Load(std::filesystem::path(argv[2]).wstring(), handle);
+    }
+    std::fputs("usage: reopen save FOLDER/ | reopen load FOLDER/ HANDLE\n", stderr);
+    return 2;
+}

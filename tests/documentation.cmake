@@ -1,0 +1,18 @@
+# Fails unless the page shows the programs of examples/ that are named as they stand, and no others:
+# cmake -DPAGE=... -DPROGRAMS="first_block reopen" -P this
+cmake_minimum_required(VERSION 3.25)
+file(READ ${PAGE} page)
+string(REPLACE " " ";" programs "${PROGRAMS}")
+foreach(program IN LISTS programs)
+    file(READ ${CMAKE_CURRENT_LIST_DIR}/../examples/${program}.cpp source)
+    string(FIND "${page}" "```cpp\n${source}```" place)
+    if(place EQUAL -1)
+        message(FATAL_ERROR "${PAGE} does not show ${program}.cpp as it is")
+    endif()
+endforeach()
+list(LENGTH programs expected)
+string(REGEX MATCHALL "\nint main\\(" shown "${page}")
+list(LENGTH shown count)
+if(NOT count EQUAL expected)
+    message(FATAL_ERROR "${PAGE} shows ${count} programs, of which ${expected} are examples")
+endif()
