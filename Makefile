@@ -48,7 +48,7 @@ bench:
 # The API reference, build/docs/html/index.html. Fails where a public member has no comment.
 docs:
 	@$(SETUP) docs
-	mkdir -p build/docs
+	rm -rf build/docs && mkdir -p build/docs
 	doxygen docs/doxygen/Doxyfile
 	mandoc -T lint -W warning docs/kxstore.1
 

@@ -58,5 +58,6 @@ if(KXMMF_TOOLS)
 endif()
 install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
-install(FILES ${PROJECT_SOURCE_DIR}/docs/container-format.md ${PROJECT_SOURCE_DIR}/docs/header-format.md
+install(FILES ${PROJECT_SOURCE_DIR}/docs/guide.md ${PROJECT_SOURCE_DIR}/docs/container-format.md
+    ${PROJECT_SOURCE_DIR}/docs/header-format.md
     DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT runtime)

@@ -12,7 +12,7 @@ int main() {
         KX::CKXSmartMap view(block);  // mapped until the end of this scope
         unsigned char* const bytes = view.GetMapAddress(nullptr);
         if (bytes == nullptr) return 1;
-        std::strcpy(reinterpret_cast<char*>(bytes), "hello");
+        std::memcpy(bytes, "hello", sizeof "hello");
     }
     {
         const KX::CKXSmartMap view(block);  // perhaps elsewhere in the program: the handle is all it takes

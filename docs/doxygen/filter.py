@@ -60,36 +60,49 @@ def entry_at(lines, i, columns):
     return None
 
 
+def mode_of(line, before, is_in_entry):
+    """How a line outside of list entries is taken: as text, as bullets, which Doxygen knows, or as it stands."""
+    if is_in_entry or not line.strip():
+        return "text"
+    if line.startswith("- ") or (before == "bullets" and line.startswith("  ")):
+        return "bullets"
+    return "pre" if line.startswith("  ") else "text"
+
+
+def closing(entries, line, entry):
+    """Ends the open entries that the line is not within; those at its own column go on with the entry in it."""
+    markup = ""
+    while line.strip() and entries and indent_of(line) <= entries[-1]:
+        if entry and indent_of(line) == entries[-1]:
+            break
+        entries.pop()
+        markup += "</li></ul>"
+    return markup
+
+
+def opening(entries, line):
+    """Starts the entry in the line."""
+    if entries and entries[-1] == indent_of(line):
+        return "</li><li>"
+    entries.append(indent_of(line))
+    return "<ul><li>"
+
+
 def render(lines):
     """The lines of a comment as Doxygen's; aligned lists become lists of HTML, indented lines stay as they are."""
-    out, open_entries, columns, is_preformatted = [], [], set(), False
+    out, entries, columns, mode = [], [], set(), "text"
     for i, line in enumerate(lines):
-        indent, prefix = indent_of(line), ""
         entry = entry_at(lines, i, columns)
-        while line.strip() and open_entries and indent <= open_entries[-1] and not (entry and indent == open_entries[-1]):
-            open_entries.pop()
-            prefix += "</li></ul>"
-        wants_preformatted = bool(line.strip()) and not open_entries and not entry and indent >= 2 \
-            and not line.lstrip().startswith("- ") and (is_preformatted or not out or not out[-1].startswith("- "))
-        if is_preformatted and not wants_preformatted:
-            prefix += "</pre>"
-        if wants_preformatted and not is_preformatted:
-            prefix += "<pre>"
-        is_preformatted = wants_preformatted
+        markup = closing(entries, line, entry)
+        before, mode = mode, mode_of(line, mode, entry or entries)
+        if "pre" in (before, mode) and before != mode:
+            markup += "<pre>" if mode == "pre" else "</pre>"
         if entry:
             columns.add(entry.start(4))
-            is_next = open_entries and open_entries[-1] == indent
-            prefix += "</li><li>" if is_next else "<ul><li>"
-            if not is_next:
-                open_entries.append(indent)
-            out.append(f"{prefix}<b>{escape(entry[2])}</b> {escape(entry[4])}".rstrip())
-        elif is_preformatted:
-            out.append(prefix + escape(line))
+            out.append(f"{markup}{opening(entries, line)}<b>{escape(entry[2])}</b> {escape(entry[4])}".rstrip())
         else:
-            out.append(prefix + escape(line.strip()))
-    closing = "</pre>" * is_preformatted + "</li></ul>" * len(open_entries)
-    if closing:
-        out[-1] += closing
+            out.append(markup + escape(line if mode != "text" else line.strip()))
+    out[-1] += "</pre>" * (mode == "pre") + "</li></ul>" * len(entries)
     return out
 
 
@@ -251,19 +264,30 @@ def document_line(header, out, i, spoken_for):
     out[i] = f"/** {told} */ {line}"
 
 
-def only_links_to_pages(text, folder):
-    """The page with links to other pages and to elsewhere; of all others just the text is kept."""
+def anchor(page, heading):
+    """The name of a heading among those of all pages, from its text or from what a link calls it."""
+    return f"{page.stem}-" + re.sub(r"[^\w-]", "", heading.lower().replace(" ", "-"))
+
+
+def with_own_links(text, page):
+    """The page with names for its headings, and with links to pages and to elsewhere; of others just the text stays."""
     def keep(match):
-        is_page = match[2].endswith(".md") and (folder / match[2]).exists()
-        return match[0] if is_page or match[2].startswith(("http", "#")) else match[1]
-    return re.sub(r"\[([^\]]+)\]\(([^)\s]+)\)", keep, text)
+        target, _, heading = match[2].partition("#")
+        linked = page.parent / target if target else page
+        if match[2].startswith("http"):
+            return match[0]
+        if linked.suffix != ".md" or not linked.exists():
+            return match[1]
+        return f"[{match[1]}](#{anchor(linked, heading)})" if heading else match[0]
+    text = re.sub(r"\[([^\]]+)\]\(([^)\s]+)\)", keep, text)
+    return re.sub(r"^(##+ (.*))$", lambda match: f"{match[1]} {{#{anchor(page, match[2])}}}", text, flags=re.M)
 
 
 def main():
     path = pathlib.Path(sys.argv[1])
     text = path.read_text(encoding="utf-8")
     if path.suffix == ".md":
-        print(only_links_to_pages(text, path.parent), end="")
+        print(with_own_links(text, path), end="")
     else:
         print("\n".join(document(text.splitlines())))
 
