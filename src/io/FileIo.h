@@ -53,12 +53,15 @@ public:
     Result SetOutputInfo(unsigned long outputSize, unsigned long secondSize) override;
     // As it was when the file was opened for reading.
     unsigned long GetSize() const override { return size; }
+
     unsigned long GetRemainingSize() const override { return readCount < size ? size - readCount : 0; }
     // The capacity is not looked at.
     Result ReadIn(void* destination, unsigned long capacity, unsigned long count, CProgress* progress) override;
+
     Result WriteOut(const void* source, unsigned long count, CProgress* progress) override;
     // May lead past the end.
     Result Skip(unsigned long count) override;
+
     unsigned long GetReadSize() const override { return readCount; }
     unsigned long GetWriteSize() const override { return writeCount; }
 

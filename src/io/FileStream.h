@@ -27,6 +27,7 @@ Result FileOpen(std::FILE** file, const wchar_t* path, const wchar_t* mode);
 // kResultOpenFailed       the file cannot be opened
 // kResultFail             the file is too short to be a stream
 // kResultOutOfMemory
+//
 // or what Load returned. The stream is as it was where none of it was loaded.
 Result LoadFileStream(CBaseStream& stream, const wchar_t* path, SkipType skip, DataSection section,
                       CProgress* progress);
@@ -37,6 +38,7 @@ Result LoadFileStream(CBaseStream& stream, const wchar_t* path, SkipType skip, D
 // kResultOpenFailed       the file cannot be made
 // kResultIoFailed         Save succeeded, but the last bytes did not reach the file
 // kResultOutOfMemory
+//
 // or what Save returned. After kResultNoSpace the file is deleted, after other failures what was written of it stays.
 Result SaveFileStream(CBaseStream& stream, const wchar_t* path, DataSection section, CProgress* progress);
 

@@ -38,12 +38,14 @@ public:
     Result GetSearchDirectory(std::wstring& directory) const override;
     // CreateBuffer of outputSize.
     Result SetOutputInfo(unsigned long outputSize, unsigned long secondSize) override;
+
     unsigned long GetSize() const override { return size; }
     unsigned long GetRemainingSize() const override { return readPosition < size ? size - readPosition : 0; }
     Result ReadIn(void* destination, unsigned long capacity, unsigned long count, CProgress* progress) override;
     Result WriteOut(const void* source, unsigned long count, CProgress* progress) override;
     // Needs no memory, only a size.
     Result Skip(unsigned long count) override;
+
     unsigned long GetReadSize() const override { return readPosition; }
     unsigned long GetWriteSize() const override { return writePosition; }
 

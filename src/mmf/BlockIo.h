@@ -17,13 +17,13 @@ namespace KX {
 //
 // Units:  bytes. One position serves reading, writing and skipping. The data size bounds all three; it is not always
 //         that of the block.
-// Errors: ReadIn and WriteOut give, and copy nothing but in the last case:
+// Errors: Skip asks for a view alone: kResultInvalidArgument, or kResultFail with the position as it was. ReadIn and
+//         WriteOut give, and copy nothing but in the last case:
 //         kResultInvalidArgument  no view is open, no block is held, it was freed by somebody else, or a null is to be
 //                                 copied from or to
 //         kResultFail             the data size would be passed, or the block where that is smaller, or its file where
 //                                 it has 4 GiB and more (see CMmf). The position is moved to the data size
 //         kResultIoFailed         the system refuses to map a window; what came before it is copied and counted
-//         Skip asks for a view alone: kResultInvalidArgument, or kResultFail with the position as it was.
 // Blocks: where the buffer frees its block under its open view, the next access goes to the block that is held then. A
 //         block that somebody else frees is found out, also where its handle is given out again: the buffer neither
 //         touches nor frees the new one before it is opened. Each block freed in a store costs its buffers a look-up.
@@ -50,6 +50,7 @@ public:
     // Neither capacity nor progress are looked at.
     Result ReadIn(void* destination, unsigned long capacity, unsigned long count, CProgress* progress) override;
     Result WriteOut(const void* source, unsigned long count, CProgress* progress) override;
+
     Result Skip(unsigned long count) override;
 
 protected:

@@ -30,6 +30,7 @@ public:
     CIndependentMmf(const CIndependentMmf&) = delete;
     CIndependentMmf& operator=(const CIndependentMmf&) = delete;
 
+    // Counts the holders.
     void IncrementReferences() { ++referenceCount; }
     void DecrementReferences();
 
@@ -79,6 +80,7 @@ public:
     // kResultMalformed        a name that is none, a block outside its store or upon another one, or too many objects
     // kResultInvalidArgument  the store holds objects already, which stay as they are, and the file has one
     // kResultOutOfMemory
+    //
     // After a failure the objects read before it are there. Like all others they go with the store, files included:
     // who wants to try again copies the folder first.
     Result LoadHeaderFile();

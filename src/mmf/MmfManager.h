@@ -29,7 +29,7 @@ class CIoStream;
 // Errors:    false, null, 0 or a Result; nothing throws. A mapping that the system refuses comes back as
 //            MAP_FAILED. A handle of a block that is gone gives null or 0, or does nothing.
 // Threads:   any, but for SetDirectory and the header file, which need a quiet store. Addresses are used without a
-// lock.
+//            lock.
 class CMmfManager {
 public:
     // A store in the folder "KXTmp" under the system's temporary folder, with prefix "KX_" and no size limit.
@@ -46,6 +46,7 @@ public:
     bool SetDirectory(const wchar_t* prefix, const wchar_t* directory);
     // The most that all objects may take together when another one is made; 0 for no limit.
     void SetSizeLimit(unsigned int bytes) { sizeLimit = bytes; }
+    // The folder of the objects to come.
     const std::wstring& GetDirectory() const { return directory; }
 
     // False, with the handle as it was: size is 0, the limit is reached, no memory, or no object number is left.
@@ -89,6 +90,7 @@ public:
     // kResultMalformed        an object that cannot be; more objects than have a number
     // kResultInvalidArgument  the file has an object, and one is in the way
     // kResultOutOfMemory
+    //
     // After a failure the objects that came before it are in the list, perhaps with a last one that holds nothing.
     KX::Result LoadHeaderFile();
 

@@ -60,6 +60,7 @@ public:
     // kResultInvalidArgument  the object has a store already, or the folder is null
     // kResultMalformed        the name is not one of a file in a folder, or what the record says cannot be
     // kResultFail             the record ends inside the name
+    //
     // or what the stream answers
     virtual KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory);
     virtual KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory);

@@ -13,6 +13,7 @@
 //
 // Cost:    Map and UnMap of a block in a heap buffer are pointer arithmetic;
 //          MemAlloc looks at no more than the 1024 slots.
+//
 // Errors and threads as in CMmfObj. A block's size is that of its slots: 100 bytes report 65536. As in an unshared
 // object, UnMap without a Map wraps the count around.
 class CShareMmfObj : public CMmfObj {
@@ -51,6 +52,7 @@ public:
     // last one, or overlaps another. A slot counts as used where its flag says so, and where there is a block.
     KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory) override;
     KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory) override;
+
     unsigned int FreeRunBound() override;
     std::uint64_t GetSerial(unsigned int block) override;
 

@@ -17,6 +17,7 @@ public:
     bool MemAlloc(unsigned long size, unsigned int& block) override;
     // The block number is ignored: there is only one.
     KX::Result MemFree(int block, bool& bEmpty) override;
+
     unsigned char* Map(int block) override;
     unsigned char* MapWindow(int block, unsigned long offset, unsigned long length) override;
     void UnMapWindow(void* address, unsigned long length) override;
@@ -27,6 +28,7 @@ public:
     // kept, so that the next Map only counts, and gives null: save while nothing is mapped.
     KX::Result SaveHeader(KX::CIoStream& stream, const wchar_t* directory) override;
     KX::Result LoadHeader(KX::CIoStream& stream, const wchar_t* directory) override;
+
     std::uint64_t GetSerial(unsigned int block) override;
 
 private:

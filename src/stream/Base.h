@@ -100,6 +100,7 @@ public:
     CBase(const CBase&) = delete;
     CBase& operator=(const CBase&) = delete;
 
+    // Counts the holders.
     virtual void IncrementReferences();
     virtual void DecrementReferences();
 

@@ -93,28 +93,34 @@ protected:
 // A stream of objects.
 class CBaseStream : public CIoStream {
 public:
-    // What each operation promises stands with KX::CStream, which is the one stream there is.
+    // ---- What each operation promises stands with CStream, which is the one stream there is ----
 
+    // Objects by identifier, and in the order of writing: see CStream.
     virtual bool InsertInLinkMap(COrcaID id, CMemberLink* link) = 0;
     virtual CBase* GetObjectFromLinkMap(COrcaID id) = 0;
     virtual Result InsertInOrdered(CBase* object) = 0;
 
+    // Class versions, as the loaded file has them: see CStream.
     virtual CVersion Version(const CRtti* rtti) const = 0;
     virtual Result AddVersion(const CRtti* rtti, CVersion version) = 0;
     virtual bool HasVersion(const CRtti* rtti) const = 0;
     virtual void ClearVersion() = 0;
 
+    // Notes a reference to what was not loaded: see CStream.
     virtual void LogMissingLink(COrcaID id, CBase* referrer) = 0;
 
+    // The thumbnail: see CStream.
     virtual Result SetThumbnail(CBase* object) = 0;
     virtual CBase* GetThumbnail() const = 0;
 
+    // The drm list: see CStream.
     virtual Result AddDrm(CBase* object) = 0;
     virtual Result RemoveDrm(CBase* object) = 0;
     virtual CBase* GetDrm(unsigned long index) const = 0;
     virtual unsigned long GetDrmCount() const = 0;
     virtual Result ClearDrm() = 0;
 
+    // The extend info list: see CStream.
     virtual Result AddExtendInfo(CBase* object) = 0;
     virtual Result InsertExtendInfo(CBase* object, unsigned long index) = 0;
     virtual Result RemoveExtendInfo(CBase* object) = 0;
@@ -122,6 +128,7 @@ public:
     virtual CBase* GetExtendInfo(unsigned long index) const = 0;
     virtual unsigned long GetExtendInfoCount() const = 0;
 
+    // The top-level objects: see CStream.
     virtual Result Insert(CBase* object) = 0;
     virtual Result SetObjectAt(unsigned int index, CBase* object) = 0;
     virtual Result Remove(CBase* object) = 0;
@@ -130,10 +137,12 @@ public:
     virtual CBase* GetObjectAt(unsigned int index) const = 0;
     virtual bool IsTopLevel(CBase* object) = 0;
 
+    // Whole containers: see CStream.
     virtual Result Load(SkipType skip, DataSection section) = 0;
     virtual Result Save(DataSection section) = 0;
     virtual Result GetDiskUsed(unsigned int& size) = 0;
 
+    // What the stream keeps about a load: see CStream.
     virtual void SetFileModifyTime(long long seconds) = 0;
     virtual long long GetFileModifyTime() = 0;
     virtual CMissingLinkMap& GetMissingLink() = 0;

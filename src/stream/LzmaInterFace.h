@@ -39,6 +39,7 @@ public:
     CLzmaInterFace(const CLzmaInterFace&) = delete;
     CLzmaInterFace& operator=(const CLzmaInterFace&) = delete;
 
+    // Counts the holders.
     void IncrementReferences() { ++references; }
     void DecrementReferences() {
         if (--references == 0) delete this;

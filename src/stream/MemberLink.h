@@ -19,6 +19,7 @@ public:
     CMemberLink(const CMemberLink&) = delete;
     CMemberLink& operator=(const CMemberLink&) = delete;
 
+    // Counts the holders.
     void IncrementReferences() { ++references; }
     void DecrementReferences() {
         if (--references == 0) delete this;

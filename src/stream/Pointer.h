@@ -14,12 +14,17 @@ public:
     CPointer(T* object) : held(object) {  // NOLINT(google-explicit-constructor)
         if (held != nullptr) held->IncrementReferences();
     }
+
+    // A copy counts the object once more, a move takes it over.
     CPointer(const CPointer& other) : CPointer(other.held) {}
     CPointer(CPointer&& other) noexcept : held(std::exchange(other.held, nullptr)) {}
+
+    // Gives the object up.
     ~CPointer() {
         if (held != nullptr) held->DecrementReferences();
     }
 
+    // Gives the object up for the other one.
     CPointer& operator=(T* object) {
         Replace(object);
         return *this;
@@ -39,6 +44,7 @@ public:
     T* Get() const { return held; }
     T* operator->() const { return held; }
     T& operator*() const { return *held; }
+    // Whether there is one.
     explicit operator bool() const { return held != nullptr; }
 
 private:

@@ -8,6 +8,7 @@ class CScopeGuard {
 public:
     // An empty function is not called.
     explicit CScopeGuard(std::function<void()> function) : atExit(std::move(function)) {}
+    // Calls it.
     ~CScopeGuard() {
         if (atExit) atExit();
     }

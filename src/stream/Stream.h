@@ -24,7 +24,9 @@ class CObjectListLog;
 // Use:       set a buffer, then Insert the top-level objects and Save, or Load. A buffer must be set before any IO, and
 //            again after LoadFileStream and SaveFileStream, which leave the stream bound to one that is gone.
 // Ownership: counts the objects it is given. Not the buffer and the progress.
-// Errors:    Result codes. What the buffer, an object or the compressor reports is handed up unchanged. Besides:
+// Errors:    Result codes. What was loaded before a failure stays in the stream. Nothing throws, but that memory may run
+//            out in GetMd5String, and what the thumbnail throws in ThumbnailSize. What the buffer, an object or the
+//            compressor reports is handed up unchanged. Besides:
 //              kResultOutOfMemory      memory ran out
 //              kResultInvalidArgument  no buffer, no compressor where one is needed, a null object
 //              kResultOutOfBounds      an index past the end; a section too large for the format
@@ -34,8 +36,6 @@ class CObjectListLog;
 //              kResultTooNew           the file, or a class in it, is newer than this program
 //              kResultDigestMismatch   the bytes were damaged
 //              kResultFail             an object or a hook has thrown an exception
-//            What was loaded before a failure stays in the stream. Nothing throws, but that memory may run out in
-//            GetMd5String, and what the thumbnail throws in ThumbnailSize.
 // Cost:      membership and links by index: each in constant time for any number of objects; Remove is linear.
 // Threads:   no lock inside; one thread at a time.
 class CStream : public CBaseStream {
@@ -52,6 +52,7 @@ public:
     Result WriteOut(const void* source, unsigned long count) override;
     // Leaves the bytes out of the digest.
     Result Skip(unsigned int count) override;
+
     Result GetSearchDirectory(std::wstring& directory) const override;
 
     // 306 until a load finds another one; then that of the data, by which objects tell older layouts.
@@ -71,6 +72,7 @@ public:
 
     // Notes that the object refers to an identifier that no loaded object has.
     void LogMissingLink(COrcaID id, CBase* referrer) override;
+    // All that was noted so far. Neither Load nor RemoveAll empties it.
     CMissingLinkMap& GetMissingLink() override;
     // Adds, for each reference of the loaded objects that names none of them, the referring object.
     Result CollectMissingLink(CMissingLinkMap& out);
@@ -104,12 +106,15 @@ public:
     unsigned long GetDrmCount() const override;
     Result ClearDrm() override;
 
+    // As for the drm list.
     Result AddExtendInfo(CBase* object) override;
     // Before the entry of that index. kResultOutOfBounds: past the end.
     Result InsertExtendInfo(CBase* object, unsigned long index) override;
+    // As for the drm list.
     Result RemoveExtendInfo(CBase* object) override;
     // kResultOutOfBounds: no such entry.
     Result RemoveExtendInfoAt(unsigned long index) override;
+    // As for the drm list.
     CBase* GetExtendInfo(unsigned long index) const override;
     unsigned long GetExtendInfoCount() const override;
 
@@ -124,9 +129,11 @@ public:
     // Releases the top-level objects, the class versions, the links and a raw data section. Keeps thumbnail, drm, extend
     // info and missing links.
     Result RemoveAll() override;
+    // How many there are.
     unsigned int GetObjectCount() const override;
     // Null past the end.
     CBase* GetObjectAt(unsigned int index) const override;
+    // Whether the object is in the list.
     bool IsTopLevel(CBase* object) override;
 
     // ---- Load and save ----
@@ -169,6 +176,7 @@ public:
     Result EndLoadMD5();
     // Empty while the digest is off.
     std::string GetMd5String() const;
+    // As MD5::GettotalInputBits.
     unsigned long long GetMd5TotalInputBits() const;
 
     // ---- Single sections, saved. Each announces its size to the buffer, unless called by Save ----
@@ -224,7 +232,6 @@ public:
     Result LoadObject(CPointer<CBase>& target, const std::string& className, bool skip, unsigned int total);
 
     // Hooks for a derived stream that times and measures. They do nothing and return 1.
-
     virtual Result GetHeadSize(unsigned long size);
     virtual Result GetHeadStartTime();
     virtual Result GetHeadEndTime();
