@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
 
@@ -18,19 +17,14 @@ class ProgramTest : public TempFolderTest {
 protected:
     int Shell(const std::string& command) {
         const int status = std::system(command.c_str());
-        out = TextOf("out");
-        err = TextOf("err");
+        out = BytesOf("out");
+        err = BytesOf("err");
         report = nlohmann::json::parse(out, nullptr, false);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
+    bool Tells(const std::string& text) const { return err.find(text) != std::string::npos; }
 
     std::string out;
     std::string err;
     nlohmann::json report;
-
-private:
-    static std::string TextOf(const char* name) {
-        std::ifstream file(name);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
 };

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <map>
+#include <string>
 #include <vector>
 
 // What a store's placing rules say, told plainly: objects in a list, slots in each, the first run that fits.
@@ -10,48 +13,27 @@ public:
 
     // The handle that a block of that many slots gets; more than kSlots ask for an object of its own.
     unsigned int Alloc(std::size_t slots) {
-        for (std::size_t object = 0; slots <= kSlots && object < objects.size(); ++object) {
-            if (!objects[object].isShared) continue;
-            for (std::size_t start = 0; start + slots <= kSlots; ++start) {
-                if (!IsFree(objects[object], start, slots)) continue;
-                return Place(object, start, slots);
-            }
-        }
-        std::size_t object = 0;
-        while (object < objects.size() && !objects[object].used.empty()) ++object;
-        if (object == objects.size()) objects.emplace_back();
-        objects[object] = {slots <= kSlots, std::vector<std::size_t>(slots <= kSlots ? kSlots : 1)};
-        return Place(object, 0, slots <= kSlots ? slots : 1);
+        const std::string run(slots, '.');
+        const auto hasRoom = [&](const std::string& object) { return object.find(run) != std::string::npos; };
+        auto object = std::ranges::find_if(objects, hasRoom);
+        if (object == objects.end()) object = std::ranges::find(objects, "");
+        if (object == objects.end()) object = objects.emplace(object);
+        if (object->empty()) object->assign(std::max(slots, kSlots), '.');
+        const std::size_t start = object->find(run);
+        object->replace(start, slots, slots, '#');
+        const auto number = static_cast<unsigned int>(object - objects.begin() + 1);
+        const unsigned int handle = number << 16 | static_cast<unsigned int>(start + 1);
+        slotsOf[handle] = slots;
+        return handle;
     }
 
     void Free(unsigned int handle) {
-        Object& object = objects[(handle >> 16) - 1];
-        const std::size_t block = handle & 0xFFFF;
-        bool isEmpty = true;
-        for (std::size_t& owner : object.used) {
-            if (owner == block) owner = 0;
-            isEmpty = isEmpty && owner == 0;
-        }
-        if (isEmpty) object = {};
+        std::string& object = objects[(handle >> 16) - 1];
+        object.replace((handle & 0xFFFF) - 1, slotsOf[handle], slotsOf[handle], '.');
+        if (object.find('#') == std::string::npos) object.clear();
     }
 
 private:
-    struct Object {
-        bool isShared = false;
-        std::vector<std::size_t> used;  // block + 1 in each of its slots; empty for an object that is gone
-    };
-
-    static bool IsFree(const Object& object, std::size_t start, std::size_t slots) {
-        for (std::size_t slot = start; slot < start + slots; ++slot) {
-            if (object.used[slot] != 0) return false;
-        }
-        return true;
-    }
-
-    unsigned int Place(std::size_t object, std::size_t start, std::size_t slots) {
-        for (std::size_t slot = start; slot < start + slots; ++slot) objects[object].used[slot] = start + 1;
-        return static_cast<unsigned int>(((object + 1) << 16) | (start + 1));
-    }
-
-    std::vector<Object> objects;
+    std::vector<std::string> objects;  // '.' for a free slot, '#' for a used one; empty where an object is gone
+    std::map<unsigned int, std::size_t> slotsOf;
 };

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 
 namespace fs = std::filesystem;
 
@@ -37,6 +38,17 @@ std::vector<std::string> NamesIn(const fs::path& folder) {
     for (const auto& entry : fs::directory_iterator(folder, error)) names.push_back(entry.path().filename().string());
     std::ranges::sort(names);
     return names;
+}
+
+std::string BytesOf(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string Pattern(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i % 251);
+    return bytes;
 }
 
 CMount::CMount(const fs::path& folder, const char* options) : folder(folder.string()) {

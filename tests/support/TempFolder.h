@@ -26,6 +26,12 @@ private:
 // The names in a folder, sorted; none if there is no such folder.
 std::vector<std::string> NamesIn(const std::filesystem::path& folder);
 
+// All bytes of a file; none if it cannot be read.
+std::string BytesOf(const std::filesystem::path& path);
+
+// Every byte tells its place: the period is a prime.
+std::string Pattern(std::size_t size);
+
 // A small tmpfs for one scope, where mounting is allowed.
 class CMount {
 public:

@@ -30,10 +30,7 @@ Result Create(CPointer<CBase>& object) {
 // Each object once.
 Result Enlist(CBaseStream& stream, CTestObject& object, std::vector<CTestObject*>& enlisted) {
     if (stream.GetObjectFromLinkMap(object.GetID()) != nullptr) return KX::kResultNothingDone;
-    const CPointer<CMemberLink> link(new CMemberLink);
-    link->DecrementReferences();
-    link->SetOwnerObject(&object);
-    if (!stream.InsertInLinkMap(object.GetID(), link.Get())) return KX::kResultOutOfMemory;
+    if (!stream.InsertInLinkMap(object.GetID(), MakeLink(&object).Get())) return KX::kResultOutOfMemory;
     enlisted.push_back(&object);
     return stream.InsertInOrdered(&object);
 }
@@ -114,6 +111,13 @@ Result CTestObject::Save(CBaseStream& stream, CProgress* /*progress*/) {
 unsigned int CTestObject::GetDiskSize() {
     const std::size_t body = 8 + 4 + 4 * record.name.size() + 4 + 8 * record.references.size();
     return static_cast<unsigned int>(12 + body) + wrongSize;
+}
+
+CPointer<CMemberLink> MakeLink(CBase* owner) {
+    CPointer<CMemberLink> link(new CMemberLink);
+    link->DecrementReferences();  // the maker's own
+    link->SetOwnerObject(owner);
+    return link;
 }
 
 void CTestClasses::Register() {

@@ -39,6 +39,9 @@ private:
     const KX::CRtti* const rtti;
 };
 
+// A link as a load makes it, with nobody but the caller holding it.
+KX::CPointer<KX::CMemberLink> MakeLink(KX::CBase* owner = nullptr);
+
 // Has the test classes, and no others, registered for one scope.
 class CTestClasses {
 public:
