@@ -1,5 +1,3 @@
-#include <fstream>
-
 #include "mmf/IndependentMmfIo.h"
 #include "support/StoresTest.h"
 
@@ -29,8 +27,7 @@ protected:
 
     void ExpectNoView() {
         EXPECT_EQ(io.WriteOut("x", 1, nullptr), KX::kResultInvalidArgument);
-        std::ifstream maps("/proc/self/maps");
-        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(maps), {}).find(".tmp"), std::string::npos);
+        EXPECT_EQ(BytesOf("/proc/self/maps").find(".tmp"), std::string::npos);
     }
 
     static constexpr bool isGlobal = std::is_same_v<T, CGlobalIo>;
@@ -62,12 +59,12 @@ TYPED_TEST(BlockIoTest, BlocksWithRoomStayOthersAreReplacedByOnesOfThatSizeAlone
 
 TYPED_TEST(BlockIoTest, PiecesMeetWhereWindowsDo) {
     auto& io = this->io;
-    std::string data(2 * kWindow + 20, 0), read(data);
-    for (std::size_t i = 0; i < data.size(); ++i) data[i] = static_cast<char>(i % 127);
+    const std::string data = Pattern(2 * kWindow + 20);
+    std::string read = data;
     this->CreateAndWrite(kLarge);
     EXPECT_EQ(io.Skip(kWindow - 7) | io.WriteOut(data.data(), data.size(), nullptr), 0);
     for (const unsigned long at : {0UL, 5UL, 6UL, kWindow + 5, kWindow + 6, 2 * kWindow + 6}) {
-        EXPECT_EQ(this->Find(kWindow - 6 + at), data[at]) << at;
+        EXPECT_EQ(static_cast<char>(this->Find(kWindow - 6 + at)), data[at]) << at;
     }
     io.Reset();
     EXPECT_EQ(io.Skip(kWindow - 6) | io.ReadIn(read.data(), 0, read.size(), nullptr) | io.Save(), 0);

@@ -1,13 +1,10 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
 #include <random>
 
-#include "mmf/IndependentMmfIo.h"
 #include "mmf/MmfManager.h"
 #include "support/ContainerWriter.h"
 #include "support/FailingAllocation.h"
@@ -73,8 +70,7 @@ protected:
 
     std::string Saved(CMmfManager& store, KX::Result expected = KX::kResultOk) const {
         EXPECT_EQ(store.SaveHeaderFile(), expected);
-        std::ifstream file(header, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
+        return BytesOf(header);
     }
 
     const std::string header = "store/KX_.mmfheader";
@@ -88,6 +84,7 @@ TEST_F(HeaderFileTest, IsSavedAsItWasLoadedOrNotAtAll) {
     EXPECT_EQ(Saved(*store), bytes);
     EXPECT_EQ(store->LoadHeaderFile(), KX::kResultInvalidArgument) << "it has objects";
     EXPECT_EQ(Saved(*store), bytes);
+    EXPECT_NE(store->Map(0x00010001), MAP_FAILED) << "its file was missing, and is made and grown";
     EXPECT_TRUE(store->GetSize(0x00010001) == 5000 && store->MemFree(0x00010001) == 0);
     EXPECT_EQ(Saved(*store, KX::kResultInvalidArgument), bytes) << "with a gap in the list";
     for (std::size_t allowed = 0; allowed < 99; ++allowed, empty->Finalize()) {
@@ -133,20 +130,8 @@ TEST_F(HeaderFileTest, WhatCannotBeIsFoundOutAndHarmsNothing) {
     EXPECT_TRUE(Load(flags)->MemAlloc(1, handle) && handle == 0x00010004) << "flags and blocks both take slots";
 }
 
-// Touches the ends of every block that a store may have after loading, then frees it.
-void UseAndFree(CMmfManager& store, unsigned int objects) {
-    for (unsigned int object = 1; object <= objects; ++object) {
-        for (unsigned int block = 1; block <= 1024; ++block) {
-            const unsigned int handle = object << 16 | block;
-            const unsigned long size = store.GetSize(handle);
-            auto* const address = size == 0 ? nullptr : store.Map(handle);
-            if (address != nullptr && address != MAP_FAILED) address[0] = address[size - 1] = 1;
-            EXPECT_TRUE(size == 0 || store.MemFree(handle) == 0);
-        }
-    }
-}
-
-TEST_F(HeaderFileTest, RandomStoresComeBackAndDamagedOnesCanBeUsed) {
+// Of damaged ones the fuzz target header_load makes use.
+TEST_F(HeaderFileTest, RandomStoresComeBack) {
     const auto seed = std::random_device{}();
     SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::mt19937 random(seed);
@@ -162,43 +147,16 @@ TEST_F(HeaderFileTest, RandomStoresComeBackAndDamagedOnesCanBeUsed) {
         for (const unsigned int handle : handles) {  // without gaps: the first block of an object stays
             EXPECT_TRUE((handle & 0xFFFF) == 1 || below(2) == 0 || store.MemFree(handle) == 0);
         }
-        std::string saved = Saved(store);
+        const std::string saved = Saved(store);
         const auto loaded = Load(saved);
         EXPECT_EQ(Saved(*loaded), saved);
         for (const unsigned int handle : handles) EXPECT_EQ(loaded->GetSize(handle), store.GetSize(handle));
         for (int i = 0; i < 40; ++i) {
             unsigned int ours = 0, theirs = 0;
             const unsigned long size = 1 + below(0x1000000);
-            EXPECT_EQ(store.MemAlloc(size, ours), loaded->MemAlloc(size, theirs));
-            EXPECT_EQ(ours, theirs);
+            EXPECT_TRUE(store.MemAlloc(size, ours) && loaded->MemAlloc(size, theirs) && ours == theirs);
         }
-
-        for (unsigned long damages = below(4); damages < 4; ++damages) {
-            saved[below(saved.size())] = static_cast<char>(below(256));
-        }
-        std::ofstream(header, std::ios::binary) << saved;
-        CMmfManager damaged;
-        damaged.SetDirectory(L"KX__", StoreFolder().c_str());
-        (void)damaged.LoadHeaderFile();
-        UseAndFree(damaged, 30);
     }
-}
-
-TEST_F(HeaderFileTest, TheBytesOfLargeBlocksOutliveTheProcess) {
-    const pid_t child = ::fork();
-    KX::CIndependentMmfIo io;
-    EXPECT_EQ(io.Initialize(L"KX__", L"store/"), 0);
-    if (child == 0) {
-        const KX::Result result = io.Create(0x4000001) | io.SetOutputInfo(1, 0) | io.WriteOut("x", 1, nullptr);
-        ::_exit((result | io.SaveHeaderFile()) == 0 ? 0 : 1);
-    }
-    int status = -1;
-    char found = 0;
-    EXPECT_TRUE(::waitpid(child, &status, 0) == child && status == 0);
-    EXPECT_EQ(io.LoadHeaderFile() | io.Open(0x00010001) | io.ReadIn(&found, 1, 1, nullptr) | io.Skip(0x4000000), 0);
-    fs::remove(header);
-    io.Remove();
-    EXPECT_TRUE(found == 'x' && fs::exists("store") && fs::is_empty("store")) << "the total never counted the block";
 }
 
 }  // namespace

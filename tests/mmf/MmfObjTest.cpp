@@ -4,7 +4,9 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <cwchar>
 #include <fstream>
+#include <tuple>
 
 #include "support/TempFolder.h"
 
@@ -18,20 +20,13 @@ TEST_F(MmfObjTest, TempFileNamesTellTheSecond) {
     wchar_t name[64];
     const std::time_t before = std::time(nullptr);
     ASSERT_EQ(GetTempFileName(L"/d/", L"KX_", 7, name), name);
-    const std::time_t after = std::time(nullptr);
-    const std::wstring text = name;
-    ASSERT_EQ(text.substr(0, 7), L"/d//KX_");
-    std::size_t digits = 0;
-    const long second = std::stol(text.substr(7), &digits);
-    EXPECT_TRUE(before <= second && second <= after);
-    EXPECT_EQ(text.substr(7 + digits), L".tmp");
+    const long second = std::wcstol(name + 7, nullptr, 10);
+    EXPECT_TRUE(before <= second && second <= std::time(nullptr));
+    EXPECT_EQ(name, L"/d//KX_" + std::to_wstring(second) + L".tmp");
 }
 
 TEST_F(MmfObjTest, OpenFileGrowsTo2BytesMoreIn32Bits) {
-    struct Case {
-        unsigned int size;
-        std::uintmax_t fileSize;
-    };
+    using Case = std::tuple<unsigned int, std::uintmax_t>;
     for (const auto& [size, fileSize] :
          {Case{0, 0}, Case{1, 3}, Case{5000, 5002}, Case{0xFFFFFFFE, 0x100000000}, Case{0xFFFFFFFF, 1}}) {
         const int descriptor = OpenFile4MMF(L"file", size);
@@ -48,11 +43,9 @@ TEST_F(MmfObjTest, OpenFileGrowsTo2BytesMoreIn32Bits) {
 TEST_F(MmfObjTest, OpenFileKeepsWhatIsThere) {
     std::ofstream("file") << "0123456789";
     ::close(OpenFile4MMF(L"file", 3));
-    std::string text;
-    std::getline(std::ifstream("file"), text);
-    EXPECT_EQ(text, std::string("0123\0"
-                                "56789",
-                                10));
+    EXPECT_EQ(BytesOf("file"), std::string("0123\0"
+                                           "56789",
+                                           10));
 }
 
 TEST_F(MmfObjTest, OpenFileNeitherFollowsLinksNorExceedsTheLimitForFiles) {
@@ -67,26 +60,6 @@ TEST_F(MmfObjTest, OpenFileNeitherFollowsLinksNorExceedsTheLimitForFiles) {
     ::close(OpenFile4MMF(L"file", 5000));
     ::setrlimit(RLIMIT_FSIZE, &before);
     EXPECT_EQ(fs::file_size("file"), 0U);
-}
-
-// An object as it is after its name and size were read from elsewhere.
-class CLoadedObj : public CMmfObj {
-public:
-    CLoadedObj(const wchar_t* path, std::uint64_t size) : CMmfObj(true) {
-        const CKXCriticalSectionSmartLock guard(lock);
-        filePath = path;
-        fileSize = size;
-    }
-};
-
-TEST_F(MmfObjTest, MappingFileReopensTheFileAndGrowsIt) {
-    std::ofstream("file") << "kept";
-    {
-        CLoadedObj object(L"file", 5000);
-        EXPECT_EQ(object.MappingFile(), KX::kResultOk);
-        EXPECT_EQ(fs::file_size("file"), 5002U);
-    }
-    EXPECT_FALSE(fs::exists("file"));
 }
 
 }  // namespace

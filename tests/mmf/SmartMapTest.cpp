@@ -27,30 +27,24 @@ TEST_F(SmartMapTest, MapsAWholeBlockForItsLifetime) {
     for (const unsigned int store : {0U, 1U, 2U}) SetLimit(store, 1);
     const unsigned int handle = Alloc(100);
     ASSERT_EQ(handle >> 30, 3U);
-    EXPECT_EQ(KX::CKXSmartWindowMap(handle, 0x10000).GetMapAddress(nullptr, 0),
-              KX::CKXSmartMap(handle).GetMapAddress(&fallback));
     {
         KX::CKXSmartMap map(handle);
-        EXPECT_EQ(KX::CMmf::GetRefCount(handle), 1U);
         unsigned char* const address = map.GetMapAddress(&fallback);
+        EXPECT_EQ(KX::CMmf::GetRefCount(handle), 1U);
+        EXPECT_EQ(KX::CKXSmartWindowMap(handle, 0x10000).GetMapAddress(nullptr, 0), address);
         EXPECT_NE(address, &fallback);
-        const unsigned char* const none = nullptr;
-        EXPECT_EQ(std::as_const(map).GetMapAddress(none), address);
+        EXPECT_EQ(std::as_const(map).GetMapAddress(static_cast<const unsigned char*>(nullptr)), address);
     }
     EXPECT_EQ(KX::CMmf::GetRefCount(handle), 0U);
 }
 
 TEST_F(SmartMapTest, FallsBackWhereNothingCanBeMapped) {
-    KX::CKXSmartMap unknown(0x00050001);
-    EXPECT_EQ(unknown.GetMapAddress(&fallback), &fallback);
-    EXPECT_EQ(KX::CKXSmartWindowMap(0x00050001, kWindow).GetMapAddress(nullptr, 0), nullptr);
-
     ASSERT_TRUE(KX::CMmf::SetDirectory(0, L"KX__", StoreFolder(L"missing/store").c_str(), 0));
-    const unsigned int homeless = Alloc(kSize);
-    KX::CKXSmartMap map(homeless);
-    EXPECT_EQ(map.GetMapAddress(&fallback), &fallback);
-    KX::CKXSmartWindowMap windows(homeless, kWindow);
-    EXPECT_EQ(windows.GetMapAddress(nullptr, 0), nullptr);
+    for (const unsigned int handle : {0x00050001U, Alloc(kSize)}) {
+        KX::CKXSmartMap map(handle);
+        EXPECT_EQ(map.GetMapAddress(&fallback), &fallback) << handle;
+        EXPECT_EQ(KX::CKXSmartWindowMap(handle, kWindow).GetMapAddress(nullptr, 0), nullptr) << handle;
+    }
 }
 
 // A view keeps to what it has seen, also when a block comes under its handle later.
@@ -75,12 +69,14 @@ TEST_F(SmartMapTest, TheWindowMovesOnRequestAndEndsWithTheBlock) {
     unsigned char* last = nullptr;
     {
         KX::CKXSmartWindowMap windows(handle, kWindow);
+        unsigned char callers[10];
+        EXPECT_EQ(windows.GetMapAddress(callers, 7), callers + 7) << "a caller's mapping is taken as it is";
+        EXPECT_EQ(windows.GetMapAddress(nullptr, 0xFFFFFFFF), nullptr);  // the mark for no window yet
         for (unsigned long offset = 0; offset < kSize; offset += kWindow) {
-            unsigned char* const address = windows.GetMapAddress(nullptr, offset);
-            ASSERT_NE(address, nullptr);
-            EXPECT_EQ(windows.GetMapAddress(nullptr, offset), address);
-            *address = static_cast<unsigned char>(offset / kWindow + 1);
-            last = address;
+            last = windows.GetMapAddress(nullptr, offset);
+            ASSERT_NE(last, nullptr);
+            EXPECT_EQ(windows.GetMapAddress(nullptr, offset), last);
+            *last = static_cast<unsigned char>(offset / kWindow + 1);
         }
         EXPECT_TRUE(IsMapped(last));
         EXPECT_EQ(windows.GetMapAddress(nullptr, kSize + kWindow), nullptr);
@@ -90,13 +86,6 @@ TEST_F(SmartMapTest, TheWindowMovesOnRequestAndEndsWithTheBlock) {
     }
     EXPECT_FALSE(IsMapped(last));
     EXPECT_EQ(KX::CKXSmartMap(handle).GetMapAddress(&fallback)[4UL * kWindow], 5);
-}
-
-TEST_F(SmartMapTest, ACallersMappingIsTakenAsItIs) {
-    unsigned char bytes[10];
-    KX::CKXSmartWindowMap windows(Alloc(100), kWindow);
-    EXPECT_EQ(windows.GetMapAddress(bytes, 7), bytes + 7);
-    EXPECT_EQ(windows.GetMapAddress(nullptr, 0xFFFFFFFF), nullptr);  // the mark for no window yet
 }
 
 }  // namespace

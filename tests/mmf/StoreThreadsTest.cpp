@@ -1,7 +1,6 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 #include <thread>
 #include <vector>
@@ -28,24 +27,20 @@ struct Held {
     unsigned char mark;
 };
 
-void CheckedFree(unsigned int store, unsigned int handle) {
-    EXPECT_EQ(g_aFixMmfManager[store].MemFree(handle), KX::kResultOk);
-}
-
-void Fill(const Held& block) {
+void ForEachEnd(const Held& block, void (*visit)(unsigned char& byte, unsigned char mark)) {
     unsigned char* const address = GlobalStoreOf(block.handle).Map(block.handle);
     ASSERT_NE(address, nullptr);
-    address[0] = address[block.size / 2] = address[block.size - 1] = block.mark;
+    for (const unsigned long at : {0UL, block.size / 2, block.size - 1}) visit(address[at], block.mark);
     GlobalStoreOf(block.handle).UnMap(block.handle);
 }
 
+void Fill(const Held& block) {
+    ForEachEnd(block, [](unsigned char& byte, unsigned char mark) { byte = mark; });
+}
+
 void CheckAndFree(const Held& block) {
-    unsigned char* const address = GlobalStoreOf(block.handle).Map(block.handle);
-    ASSERT_NE(address, nullptr);
-    EXPECT_EQ(address[0], block.mark);
-    EXPECT_EQ(address[block.size / 2], block.mark);
-    EXPECT_EQ(address[block.size - 1], block.mark);
-    CheckedFree(BlockHandle::StoreOf(block.handle), block.handle);
+    ForEachEnd(block, [](unsigned char& byte, unsigned char mark) { EXPECT_EQ(byte, mark); });
+    EXPECT_EQ(GlobalStoreOf(block.handle).MemFree(block.handle), KX::kResultOk);
 }
 
 // Two threads to a store: blocks of all sizes are made, filled, checked and freed in random order.
@@ -54,15 +49,14 @@ void Work(unsigned int store, unsigned int seed) {
     std::mt19937 random(seed);
     std::vector<Held> held;
     for (int step = 0; step < 300; ++step) {
-        if (step % 50 == 0) {  // a large request reads the total while the other thread may change it
-            unsigned int large = 0;
-            if (g_aFixMmfManager[store].MemAlloc(70 * kMiB, large)) CheckedFree(store, large);
+        unsigned int large = 0;  // a large request reads the total while the other thread may change it
+        if (step % 50 == 0 && g_aFixMmfManager[store].MemAlloc(70 * kMiB, large)) {
+            EXPECT_EQ(g_aFixMmfManager[store].MemFree(large), KX::kResultOk);
         }
         if (held.size() < 20) {
             Held block{0, 1 + random() % (3 * kMiB), static_cast<unsigned char>(random())};
-            unsigned int local = 0;
-            ASSERT_TRUE(g_aFixMmfManager[store].MemAlloc(block.size, local));
-            block.handle = BlockHandle::WithStore(local, store);
+            ASSERT_TRUE(g_aFixMmfManager[store].MemAlloc(block.size, block.handle));
+            block.handle = BlockHandle::WithStore(block.handle, store);
             Fill(block);
             held.push_back(block);
         } else {
