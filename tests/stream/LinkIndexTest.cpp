@@ -6,7 +6,8 @@
 #include <map>
 #include <random>
 
-using KX::CMemberLink;
+#include "support/TestObjects.h"
+
 using KX::COrcaID;
 
 namespace {
@@ -32,10 +33,9 @@ TEST_P(LinkIndexTest, IsAMap) {
     }
 
     KX::CLinkIndex index;
-    std::map<unsigned long long, CMemberLink*> wanted;
+    std::map<unsigned long long, KX::CMemberLink*> wanted;
     for (const unsigned long long id : ids) {
-        const KX::CPointer<CMemberLink> link(new CMemberLink);
-        link->DecrementReferences();  // the maker's own
+        const KX::CPointer<KX::CMemberLink> link = MakeLink();
         ASSERT_EQ(index.Insert(COrcaID(id), link.Get()), wanted.try_emplace(id, link.Get()).second);
         ASSERT_FALSE(index.Insert(COrcaID(id), link.Get())) << id;
         ASSERT_EQ(index.Find(COrcaID(id)), wanted[id]);

@@ -11,6 +11,10 @@ namespace {
 
 constexpr auto kRawAndQuick = static_cast<DataSection>(32 + 64);
 
+// What a load or save is refused: one call of the buffer, that and all later ones, or memory once.
+enum class Refused { kOneCall, kAllCalls, kMemory };
+constexpr Refused kEachKind[] = {Refused::kOneCall, Refused::kAllCalls, Refused::kMemory};
+
 // Calls `run` with 0, 1, 2 and so on, as long as it says that something failed in it.
 template <typename Run>
 void WhileFailing(Run run) {
@@ -20,6 +24,21 @@ void WhileFailing(Run run) {
         hasFailed = run(allowed);
     }
     EXPECT_GT(allowed, 3U);
+}
+
+struct Outcome {
+    Result result;
+    bool hasFailed;
+};
+
+template <typename Action>
+Outcome Refusing(CTestIo& io, Refused kind, std::size_t allowed, Action action) {
+    const bool isMemory = kind == Refused::kMemory;
+    io.announced.reserve(1);
+    io.Rewind(isMemory ? SIZE_MAX : allowed, kind == Refused::kOneCall);
+    const CFailingAllocation failing(isMemory ? allowed : SIZE_MAX, 0, 1);
+    const Result result = action();
+    return {result, isMemory ? CFailingAllocation::HasFailed() : io.hasFailed};
 }
 
 struct CTestProgress : KX::CProgress {
@@ -72,20 +91,19 @@ protected:
 
 using StreamSaveFailureTest = StreamFailureTest;
 
-TEST_P(StreamFailureTest, LoadHandsTheBuffersFailureUp) {
+TEST_P(StreamFailureTest, LoadHandsTheFailureUp) {
     const auto counts = container.CountPositions();
     CTestIo io(container.Bytes());
     for (const DataSection sections : {kAllSections, kRawAndQuick}) {
         if (sections == kRawAndQuick && container.version <= 300) continue;
-        for (const bool isOnce : {true, false}) {
-            WhileFailing([&](std::size_t calls) {
+        for (const Refused kind : kEachKind) {
+            WhileFailing([&](std::size_t allowed) {
                 CBoundStream stream(io);
-                io.Rewind();
-                io.FailAfter(calls, isOnce);
-                const Result result = stream.Load(kSkipNone, sections);
-                const bool hasFailed = io.hasFailed;
+                const auto load = [&] { return stream.Load(kSkipNone, sections); };
+                const auto [result, hasFailed] = Refusing(io, kind, allowed, load);
                 const bool isCount = std::ranges::find(counts, io.failedAt) != counts.end();
-                const Result failure = isCount ? KX::kResultMalformed : kTestFailure;
+                const Result ofBuffer = isCount ? KX::kResultMalformed : kTestFailure;
+                const Result failure = kind == Refused::kMemory ? KX::kResultOutOfMemory : ofBuffer;
                 EXPECT_EQ(result, hasFailed ? failure : KX::kResultOk) << io.failedAt;
                 EXPECT_GE(stream.progress.finishes, 1);
                 ExpectLoads(stream, io);
@@ -95,57 +113,28 @@ TEST_P(StreamFailureTest, LoadHandsTheBuffersFailureUp) {
     }
 }
 
-TEST_P(StreamSaveFailureTest, SaveHandsTheBuffersFailureUp) {
-    for (const bool isOnce : {true, false}) {
-        WhileFailing([&](std::size_t calls) {
+// What the debug list needs is not missed where it is refused, and what the compressor needs leaves a file without data.
+TEST_P(StreamSaveFailureTest, SaveHandsTheFailureUp) {
+    for (const Refused kind : kEachKind) {
+        WhileFailing([&](std::size_t allowed) {
             CTestIo io;
             CBoundStream stream(io);
             LoadForSave(stream, io);
-            io.FailAfter(calls, isOnce);
-            const Result result = stream.Save(kAllSections);
-            const bool hasFailed = io.hasFailed;
-            EXPECT_EQ(result, hasFailed ? kTestFailure : KX::kResultOk);
-            EXPECT_EQ(stream.progress.last, 1.0F);
-            EXPECT_EQ(stream.progress.finishes, 1);
+            const auto save = [&] { return stream.Save(kAllSections); };
+            const auto [result, hasFailed] = Refusing(io, kind, allowed, save);
+            const bool isWithoutData = container.isCompressed && io.bytes.ends_with(Little(32) + Digest(""));
+            if (kind == Refused::kMemory) {
+                const bool isSaved = isWithoutData || io.bytes == container.Bytes();
+                EXPECT_EQ(result, isSaved ? KX::kResultOk : KX::kResultOutOfMemory);
+            } else {
+                EXPECT_EQ(result, hasFailed ? kTestFailure : KX::kResultOk);
+                EXPECT_EQ(stream.progress.last, 1.0F);
+                EXPECT_EQ(stream.progress.finishes, 1);
+            }
             ExpectSaves(stream, io);
             return hasFailed;
         });
     }
-}
-
-TEST_P(StreamFailureTest, LoadReportsRefusedMemory) {
-    WhileFailing([&](std::size_t allowed) {
-        CTestIo io(container.Bytes());
-        CBoundStream stream(io);
-        const Result result = [&] {
-            const CFailingAllocation failing(allowed, 0, 1);
-            return stream.Load(kSkipNone, kAllSections);
-        }();
-        const bool hasFailed = CFailingAllocation::HasFailed();
-        EXPECT_EQ(result, hasFailed ? KX::kResultOutOfMemory : KX::kResultOk);
-        ExpectLoads(stream, io);
-        return hasFailed;
-    });
-}
-
-// What the debug list needs is not missed where it is refused, and what the compressor needs leaves a file without data.
-TEST_P(StreamSaveFailureTest, SaveReportsRefusedMemory) {
-    WhileFailing([&](std::size_t allowed) {
-        CTestIo io;
-        CBoundStream stream(io);
-        LoadForSave(stream, io);
-        io.announced.reserve(1);
-        const Result result = [&] {
-            const CFailingAllocation failing(allowed, 0, 1);
-            return stream.Save(kAllSections);
-        }();
-        const bool hasFailed = CFailingAllocation::HasFailed();
-        const bool isWithoutData = container.isCompressed && io.bytes.ends_with(Little(32) + Digest(""));
-        const bool isSaved = isWithoutData || io.bytes == container.Bytes();
-        EXPECT_EQ(result, isSaved ? KX::kResultOk : KX::kResultOutOfMemory);
-        ExpectSaves(stream, io);
-        return hasFailed;
-    });
 }
 
 constexpr auto kNameOf = [](const auto& info) { return info.param; };

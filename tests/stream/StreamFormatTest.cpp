@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <random>
+#include <tuple>
 
 #include "support/StreamTest.h"
 
@@ -42,8 +43,7 @@ using StreamNewGoldenTest = StreamGoldenTest;       // of the version that is wr
 TEST_P(StreamGoldenTest, WriterMakesTheCommittedFile) {
     const std::string path = KXMMF_GOLDEN_FOLDER "/" + GetParam() + ".kxo";
     if (std::getenv("KXMMF_WRITE_GOLDEN") != nullptr) std::ofstream(path, std::ios::binary) << bytes;
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), bytes);
+    EXPECT_EQ(BytesOf(path), bytes);
 }
 
 TEST_P(StreamGoldenTest, LoadsWhatIsAskedFor) {
@@ -101,10 +101,10 @@ TEST_P(StreamGoldenTest, DamageEndsInACode) {
                 CStream changed, cut;
                 std::string damaged = bytes;
                 damaged[i] = static_cast<char>(bytes[i] ^ static_cast<int>(1 + random() % 255));
-                const Result result = LoadWithCompressor(changed, damaged, sections, skip);
-                EXPECT_TRUE(KX::Failed(result) || !isDataSeen || i < dataAt) << i;
-                const Result ofCut = LoadWithCompressor(cut, bytes.substr(0, i), sections, skip);
-                EXPECT_TRUE(KX::Failed(ofCut) || container.version <= 300) << i;
+                const bool isRefused = KX::Failed(LoadWithCompressor(changed, damaged, sections, skip));
+                EXPECT_TRUE(isRefused || !isDataSeen || i < dataAt) << i;
+                const bool isCutRefused = KX::Failed(LoadWithCompressor(cut, bytes.substr(0, i), sections, skip));
+                EXPECT_TRUE(isCutRefused || container.version <= 300) << i;
             }
         }
     }
@@ -118,23 +118,20 @@ INSTANTIATE_TEST_SUITE_P(Of, StreamNewGoldenTest, testing::ValuesIn(GoldenNames(
 using StreamHeaderTest = StreamTest;
 
 TEST_F(StreamHeaderTest, WhatIsNotReadIsRefused) {
-    const struct {
-        std::string header;
-        Result expected;
-        int version;
-    } cases[] = {{"_KXOrcb" + Little(3) + Little(6), KX::kResultMalformed, 306},
-                 {"_KXOrca" + Little(3) + Little(2), KX::kResultMalformed, 302},
-                 {"_KXOrca" + Little(3) + Little(7), KX::kResultTooNew, 306},
-                 {"_KXOrca" + Little(0xFFFFFFFF) + Little(0xFFFFFFFF), KX::kResultTooNew, 306},
-                 {"_KXOrca" + Little(42949673) + Little(0), KX::kResultTooNew, 306},  // 4 in 32 bits
-                 {"KXLumen version 2-00 ", KX::kResultMalformed, 306},
-                 {"KXLumen version x.00 ", KX::kResultMalformed, 306},
-                 {"KXLumen version 2.x0 ", KX::kResultMalformed, 306},
-                 {"KXLumen version 4.00 ", KX::kResultTooNew, 306}};
-    for (const auto& row : cases) {
+    using Case = std::tuple<std::string, Result, int>;
+    for (const auto& [header, expected, version] :
+         {Case{"_KXOrcb" + Little(3) + Little(6), KX::kResultMalformed, 306},
+          Case{"_KXOrca" + Little(3) + Little(2), KX::kResultMalformed, 302},
+          Case{"_KXOrca" + Little(3) + Little(7), KX::kResultTooNew, 306},
+          Case{"_KXOrca" + Little(0xFFFFFFFF) + Little(0xFFFFFFFF), KX::kResultTooNew, 306},
+          Case{"_KXOrca" + Little(42949673) + Little(0), KX::kResultTooNew, 306},  // 4 in 32 bits
+          Case{"KXLumen version 2-00 ", KX::kResultMalformed, 306},
+          Case{"KXLumen version x.00 ", KX::kResultMalformed, 306},
+          Case{"KXLumen version 2.x0 ", KX::kResultMalformed, 306},
+          Case{"KXLumen version 4.00 ", KX::kResultTooNew, 306}}) {
         CStream stream;
-        EXPECT_EQ(Load(stream, row.header + std::string(40, '\0')), row.expected) << row.header;
-        EXPECT_EQ(stream.FileVersion(), row.version) << row.header;
+        EXPECT_EQ(Load(stream, header + std::string(40, '\0')), expected) << header;
+        EXPECT_EQ(stream.FileVersion(), version) << header;
     }
 }
 

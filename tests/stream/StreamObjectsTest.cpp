@@ -1,11 +1,11 @@
 #include <functional>
 #include <new>
 #include <stdexcept>
+#include <tuple>
 
 #include "stream/Stream.h"
 #include "support/StreamTest.h"
 
-using KX::CMemberLink;
 using KX::COrcaID;
 using KX::CStream;
 using KX::Result;
@@ -54,11 +54,7 @@ TEST_F(StreamObjectsTest, ObjectsThatMeddleWithASaveLoseNothing) {
     ASSERT_EQ(Load(stream, Golden("orca306").Bytes()), KX::kResultOk);
     const std::string whole = Saved(stream);
     unsigned int used = 0;
-    struct Case {
-        const char* call;
-        Result wanted;
-        std::function<Result()> meddle;
-    };
+    using Case = std::tuple<const char*, Result, std::function<Result()>>;
     for (const auto& [call, wanted, meddle] :
          {Case{"Save 3", KX::kResultOk, [&] { return stream.GetDiskUsed(used); }},
           Case{"Save 50", KX::kResultOk, [&] { return stream.AddDrm(nullptr); }},
@@ -87,10 +83,7 @@ TEST_F(StreamObjectsTest, ObjectsMayChangeTheStreamThatLoadsThem) {
     Names calls;
     const auto enterLinks = [&] {  // before and behind those of the file
         for (const unsigned int id : {9U, 0U}) {
-            const KX::CPointer<CMemberLink> link(new CMemberLink);
-            link->DecrementReferences();  // the maker's own
-            link->SetOwnerObject(new CTestObject(kNodeClass, id));
-            EXPECT_TRUE(stream.InsertInLinkMap(COrcaID(id), link.Get()));
+            EXPECT_TRUE(stream.InsertInLinkMap(COrcaID(id), MakeLink(new CTestObject(kNodeClass, id)).Get()));
         }
         KX::CMissingLinkMap missing;
         return stream.CollectMissingLink(missing);

@@ -27,14 +27,6 @@ Result Create(CPointer<CBase>& object) {
     return KX::kResultOk;
 }
 
-// Each object once.
-Result Enlist(CBaseStream& stream, CTestObject& object, std::vector<CTestObject*>& enlisted) {
-    if (stream.GetObjectFromLinkMap(object.GetID()) != nullptr) return KX::kResultNothingDone;
-    if (!stream.InsertInLinkMap(object.GetID(), MakeLink(&object).Get())) return KX::kResultOutOfMemory;
-    enlisted.push_back(&object);
-    return stream.InsertInOrdered(&object);
-}
-
 }  // namespace
 
 CTestObject::CTestObject(std::int64_t classId, std::uint64_t id)
@@ -89,15 +81,18 @@ Result CTestObject::PostLink(CBaseStream& /*stream*/, int /*reserved*/) {
     return Answer("PostLink");
 }
 
+// Each object once.
 Result CTestObject::PrepareSave(CBaseStream& stream, int /*reserved*/) {
-    std::vector<CTestObject*> enlisted;
-    Result result = Enlist(stream, *this, enlisted);
-    for (std::size_t i = 0; i < enlisted.size(); ++i) {
-        for (const auto& next : enlisted[i]->kept) {
-            if (!Failed(result)) result = Enlist(stream, static_cast<CTestObject&>(*next), enlisted);
-        }
+    std::vector<CTestObject*> pending = {this};
+    for (std::size_t i = 0; i < pending.size(); ++i) {
+        CTestObject* const object = pending[i];
+        if (stream.GetObjectFromLinkMap(object->GetID()) != nullptr) continue;
+        if (!stream.InsertInLinkMap(object->GetID(), MakeLink(object).Get())) return KX::kResultOutOfMemory;
+        const Result result = stream.InsertInOrdered(object);
+        if (Failed(result)) return result;
+        for (const auto& next : object->kept) pending.push_back(static_cast<CTestObject*>(next.Get()));
     }
-    return Failed(result) ? result : Answer("PrepareSave");
+    return Answer("PrepareSave");
 }
 
 Result CTestObject::Save(CBaseStream& stream, CProgress* /*progress*/) {
@@ -155,14 +150,10 @@ Result CTestCompressor::GetUncompressedSize(const std::uint8_t* source, std::uin
     return size > (1U << 20) ? kTestFailure : KX::kResultNothingDone;
 }
 
-void CTestIo::FailAfter(std::size_t calls, bool newIsOnce) {
+void CTestIo::Rewind(std::size_t calls, bool newIsOnce) {
+    position = 0;
     allowed = calls;
     isOnce = newIsOnce;
-}
-
-void CTestIo::Rewind() {
-    position = 0;
-    allowed = SIZE_MAX;
     hasFailed = false;
 }
 

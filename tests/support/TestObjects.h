@@ -70,10 +70,8 @@ class CTestIo : public KX::CIoBuffer {
 public:
     explicit CTestIo(std::string bytes = {}) : bytes(std::move(bytes)) {}
 
-    // That many calls succeed; then one, or all, fail.
-    void FailAfter(std::size_t calls, bool isOnce);
-    // Reads from the front again, and fails no more.
-    void Rewind();
+    // Reads from the front again. That many calls succeed; then one, or all, fail.
+    void Rewind(std::size_t calls = SIZE_MAX, bool newIsOnce = false);
 
     bool IsBufferEnd() const override { return position == bytes.size(); }
     bool CheckFileExist(std::wstring /*name*/) const override { return false; }
