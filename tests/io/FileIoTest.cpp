@@ -5,6 +5,7 @@
 #include <fstream>
 #include <functional>
 #include <new>
+#include <tuple>
 
 #include "io/FileStream.h"
 #include "stream/Stream.h"
@@ -17,7 +18,7 @@ using KX::Result;
 
 namespace {
 
-// A stream that does one thing with its buffer.
+// A stream that does one thing with its buffer, and notes what else it was given.
 class CActingStream : public KX::CStream {
 public:
     Result SetIoBuffer(KX::CIoBuffer* newBuffer) override { return buffer = newBuffer, 0; }
@@ -33,7 +34,7 @@ public:
     int calls = 0;
 };
 
-class CSilentProgress : public KX::CProgress {
+struct CSilentProgress : KX::CProgress {
     void Report(float /*fraction*/) override {}
     void Finish() override {}
 };
@@ -56,10 +57,7 @@ protected:
 TEST_F(FileIoTest, TellsWhyAFileCannotBeOpened) {
     fs::create_directory("folder");
     ASSERT_EQ(::mkfifo("pipe", 0600), 0);
-    struct Case {
-        const wchar_t* path;
-        Result opened, saved;
-    };
+    using Case = std::tuple<const wchar_t*, Result, Result>;
     for (const auto& [path, opened, saved] : {Case{nullptr, KX::kResultInvalidArgument, KX::kResultInvalidArgument},
                                               Case{L"", KX::kResultFileQueryFailed, KX::kResultOpenFailed},
                                               Case{L"none/file", KX::kResultOpenFailed, KX::kResultOpenFailed},
@@ -80,8 +78,7 @@ TEST_F(FileIoTest, TellsWhyAFileCannotBeOpened) {
 
 TEST_F(FileIoTest, CountsLastUntilTheNextFileOrTheEnd) {
     fs::create_directory("\xE5\x9C\x96");
-    ASSERT_EQ(io.Save(L"\u5716/a.bin"), 0);
-    ASSERT_EQ(io.WriteOut("0123456789", 10, nullptr), 0);
+    ASSERT_EQ(io.Save(L"\u5716/a.bin") | io.WriteOut("0123456789", 10, nullptr), 0);
     ASSERT_EQ(io.Open(L"\u5716/a.bin"), 0);  // which closes the other
     EXPECT_EQ(io.GetWriteSize(), 10U);
     std::wstring directory;
@@ -90,12 +87,9 @@ TEST_F(FileIoTest, CountsLastUntilTheNextFileOrTheEnd) {
     EXPECT_TRUE(io.CheckFileExist(directory + L"/a.bin"));
     ASSERT_EQ(io.ReadIn(bytes, 9, 9, nullptr), 0);
 
-    ASSERT_EQ(io.Open(L"\u5716/a.bin"), 0);
-    ASSERT_EQ(io.ReadIn(bytes, 4, 4, nullptr), 0);
-    ASSERT_EQ(io.InitFilePosition(7), 0);
+    ASSERT_EQ(io.Open(L"\u5716/a.bin") | io.ReadIn(bytes, 4, 4, nullptr) | io.InitFilePosition(7), 0);
     ASSERT_EQ(io.ReadIn(bytes, 1, 1, nullptr), 0);
-    EXPECT_EQ(bytes[0], '7');
-    EXPECT_EQ(io.GetReadSize(), 5U);
+    EXPECT_TRUE(bytes[0] == '7' && io.GetReadSize() == 5);
     EXPECT_EQ(io.InitFilePosition(~0UL), KX::kResultIoFailed);
     EXPECT_EQ(io.Skip(100), 0) << "past the end";
     EXPECT_EQ(io.GetRemainingSize(), 0U);
@@ -103,9 +97,7 @@ TEST_F(FileIoTest, CountsLastUntilTheNextFileOrTheEnd) {
     ASSERT_EQ(io.Save(L"b"), 0);
     EXPECT_EQ(io.GetSize(), 10U);
     EXPECT_EQ(io.GetWriteSize(), 0U);
-    ASSERT_EQ(io.WriteOut("old", 3, nullptr), 0);
-    ASSERT_EQ(io.Save(L"b"), 0);
-    EXPECT_EQ(io.Close(), 0);
+    ASSERT_EQ(io.WriteOut("old", 3, nullptr) | io.Save(L"b") | io.Close(), 0);
     EXPECT_EQ(fs::file_size("b"), 0U);
     EXPECT_EQ(io.GetSize() + io.GetReadSize() + io.GetWriteSize(), 0U);
 }
@@ -131,18 +123,19 @@ TEST_F(FileIoTest, FileOpenTellsByThePointer) {
     ASSERT_NE(file, nullptr);
     std::fclose(file);
     EXPECT_TRUE(fs::exists("\xE5\x9C\x96"));
-    EXPECT_EQ(KX::FileOpen(&file, L"none/file", L"rb"), 0);
-    EXPECT_EQ(file, nullptr);
+    EXPECT_TRUE(KX::FileOpen(&file, L"none/file", L"rb") == 0 && file == nullptr);
     EXPECT_EQ(KX::FileOpen(&file, nullptr, L"rb"), KX::kResultInvalidArgument);
     EXPECT_EQ(KX::FileOpen(nullptr, L"file", L"rb"), KX::kResultInvalidArgument);
 }
 
 TEST_F(FileIoTest, LoadsAStreamFrom7BytesOn) {
-    EXPECT_EQ(Load(nullptr), KX::kResultInvalidArgument);
-    EXPECT_EQ(Load(L""), KX::kResultFileQueryFailed);
-    EXPECT_EQ(Load(L"none"), KX::kResultOpenFailed);
-    std::ofstream("file") << "123456";
-    EXPECT_EQ(Load(L"file"), KX::kResultFail);
+    std::ofstream("short") << "123456";
+    for (const auto& [path, result] : {std::pair{static_cast<const wchar_t*>(nullptr), KX::kResultInvalidArgument},
+                                       {L"", KX::kResultFileQueryFailed},
+                                       {L"none", KX::kResultOpenFailed},
+                                       {L"short", KX::kResultFail}}) {
+        EXPECT_EQ(Load(path), result);
+    }
     EXPECT_EQ(stream.calls, 0);
 
     std::ofstream("file") << "1234567";
@@ -150,9 +143,7 @@ TEST_F(FileIoTest, LoadsAStreamFrom7BytesOn) {
     EXPECT_EQ(Load(L"file"), KX::kResultIoFailed);
     EXPECT_EQ(stream.calls, 1);
     EXPECT_EQ(stream.GetFileModifyTime(), KX::CSystem::GetFileModifiedTime(L"file"));
-    EXPECT_EQ(stream.progress, &progress);
-    EXPECT_EQ(stream.skip, KX::SkipType::Drm);
-    EXPECT_EQ(stream.section, kData);
+    EXPECT_TRUE(stream.progress == &progress && stream.skip == KX::SkipType::Drm && stream.section == kData);
     stream.act = [](KX::CIoBuffer&) -> Result { throw std::bad_alloc(); };
     EXPECT_EQ(Load(L"file"), KX::kResultOutOfMemory);
 }
@@ -164,13 +155,9 @@ TEST_F(FileIoTest, AFailedSaveLeavesAPartUnlessTheRoomWasRefused) {
     for (const Result result : {KX::kResultOk, KX::kResultNothingDone, KX::kResultIoFailed, KX::kResultNoSpace}) {
         stream.act = [&](KX::CIoBuffer& buffer) { return buffer.WriteOut("12345", 5, nullptr) | result; };
         EXPECT_EQ(Save(L"file"), result);
-        EXPECT_EQ(stream.section, kData);
-        EXPECT_EQ(stream.progress, &progress);
-        if (result == KX::kResultNoSpace) {
-            EXPECT_FALSE(fs::exists("file"));
-        } else {
-            EXPECT_EQ(fs::file_size("file"), 5U);
-        }
+        EXPECT_TRUE(stream.progress == &progress && stream.section == kData);
+        EXPECT_EQ(BytesOf("file"), result == KX::kResultNoSpace ? "" : "12345");
+        EXPECT_EQ(fs::exists("file"), result != KX::kResultNoSpace);
     }
 }
 

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <memory>
@@ -18,26 +17,16 @@ using KX::CIoBuffer;
 using KX::Result;
 using CPrivateIo = KX::CIndependentMmfIo;
 
-using Bytes = std::vector<unsigned char>;
-
-// Every byte tells its place: the period is a prime.
-Bytes Pattern(unsigned long size) {
-    Bytes bytes(size);
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(i % 251);
-    return bytes;
-}
-
 // A kind of buffer, and how it differs from the others.
 struct Kind {
     const char* name;
-    Result pastEnd;        // what a read past the end gives
-    bool isBounded;        // whether skips and writes fail where the size ends
-    bool countsRemaining;  // whether it tells what is left to read
-    bool countsWritten;
-    bool endsWhereItFails;  // whether a read past the end moves it there
+    Result pastEnd;  // what a read past the end gives
     std::function<std::unique_ptr<CIoBuffer>()> make;
     std::function<Result(CIoBuffer&, unsigned long size)> prepare;  // for writing so many bytes
     std::function<Result(CIoBuffer&)> reread;                       // from the start, what was written
+
+    bool IsFile() const { return pastEnd == KX::kResultIoFailed; }  // which grows
+    bool IsBlock() const { return pastEnd == KX::kResultFail; }     // which does not count, and fails at its end
 };
 
 template <typename T>
@@ -46,8 +35,7 @@ std::unique_ptr<CIoBuffer> Make() {
 }
 
 Result PrepareFile(CIoBuffer& buffer, unsigned long size) {
-    const Result made = static_cast<KX::CFileIo&>(buffer).Save(L"file");
-    return KX::Failed(made) ? made : buffer.SetOutputInfo(size, size);
+    return static_cast<KX::CFileIo&>(buffer).Save(L"file") | buffer.SetOutputInfo(size, size);
 }
 
 Result RereadFile(CIoBuffer& buffer) {
@@ -77,58 +65,55 @@ Result RereadBlock(CIoBuffer& buffer) {
 }
 
 const Kind kKinds[] = {
-    {"File", KX::kResultIoFailed, false, true, true, false, Make<KX::CFileIo>, PrepareFile, RereadFile},
-    {"OwnMemory", KX::kResultOutOfBounds, true, true, true, false, Make<KX::CMemoryIoBuffer>, PrepareMemory,
-     RereadMemory},
-    {"GlobalBlock", KX::kResultFail, true, false, false, true, Make<CGlobalIo>, PrepareBlock<CGlobalIo>,
-     RereadBlock<CGlobalIo>},
-    {"PrivateBlock", KX::kResultFail, true, false, false, true, Make<CPrivateIo>, PrepareBlock<CPrivateIo>,
-     RereadBlock<CPrivateIo>},
+    {"File", KX::kResultIoFailed, Make<KX::CFileIo>, PrepareFile, RereadFile},
+    {"OwnMemory", KX::kResultOutOfBounds, Make<KX::CMemoryIoBuffer>, PrepareMemory, RereadMemory},
+    {"GlobalBlock", KX::kResultFail, Make<CGlobalIo>, PrepareBlock<CGlobalIo>, RereadBlock<CGlobalIo>},
+    {"PrivateBlock", KX::kResultFail, Make<CPrivateIo>, PrepareBlock<CPrivateIo>, RereadBlock<CPrivateIo>},
 };
 
 class IoBufferTest : public StoresTest, public testing::WithParamInterface<Kind> {
 protected:
-    void Write(const Bytes& bytes) {
-        ASSERT_EQ(GetParam().prepare(*buffer, bytes.size()), 0);
+    void Write(const std::string& bytes) {
+        ASSERT_EQ(kind.prepare(*buffer, bytes.size()), 0);
         ASSERT_EQ(buffer->WriteOut(bytes.data(), bytes.size(), nullptr), 0);
     }
 
     void ExpectRead(unsigned long count) {
-        if (!GetParam().countsRemaining) return;
+        if (kind.IsBlock()) return;
         EXPECT_EQ(buffer->GetReadSize(), count);
         EXPECT_EQ(buffer->GetRemainingSize(), buffer->GetSize() - count);
     }
 
-    std::unique_ptr<CIoBuffer> buffer = GetParam().make();
+    const Kind& kind = GetParam();
+    std::unique_ptr<CIoBuffer> buffer = kind.make();
+    char byte = 0;
 };
 
 TEST_P(IoBufferTest, GivesBackWhatWasWrittenPieceByPiece) {
     const std::vector<unsigned long> pieces = {1, 7, 64, 4095, 4096, 0, 65535, 65536, 65537, 200000, 3};
-    const Bytes data = Pattern(std::reduce(pieces.begin(), pieces.end()));
-    ASSERT_EQ(GetParam().prepare(*buffer, data.size()), 0);
+    const std::string data = Pattern(std::reduce(pieces.begin(), pieces.end()));
+    ASSERT_EQ(kind.prepare(*buffer, data.size()), 0);
     unsigned long at = 0;
     for (const unsigned long piece : pieces) {
         ASSERT_EQ(buffer->WriteOut(data.data() + at, piece, nullptr), 0) << piece;
         at += piece;
-        EXPECT_EQ(buffer->GetWriteSize(), GetParam().countsWritten ? at : 0);
+        EXPECT_EQ(buffer->GetWriteSize(), kind.IsBlock() ? 0 : at);
     }
 
     for (const std::size_t skipped : {0U, 1U}) {
-        ASSERT_EQ(GetParam().reread(*buffer), 0);
+        ASSERT_EQ(kind.reread(*buffer), 0);
         EXPECT_EQ(buffer->GetSize(), data.size());
         at = 0;
         for (std::size_t i = pieces.size(); i > 0; --i) {
             const unsigned long piece = pieces[i - 1];
             EXPECT_FALSE(buffer->IsBufferEnd());
-            Bytes read(piece + 1, 0xFF);
-            Bytes wanted(data.begin() + static_cast<long>(at), data.begin() + static_cast<long>(at + piece));
+            std::string read(piece + 1, '\xFF'), wanted = read;
             if (i % 2 == skipped) {
                 ASSERT_EQ(buffer->Skip(piece), 0) << piece;
-                wanted.assign(piece, 0xFF);
             } else {
                 ASSERT_EQ(buffer->ReadIn(read.data(), piece, piece, nullptr), 0) << piece;
+                wanted.replace(0, piece, data, at, piece);
             }
-            wanted.push_back(0xFF);
             EXPECT_EQ(read, wanted) << piece;
             at += piece;
             ExpectRead(at);
@@ -139,34 +124,31 @@ TEST_P(IoBufferTest, GivesBackWhatWasWrittenPieceByPiece) {
 
 TEST_P(IoBufferTest, WhatWouldPassTheEndAndNullFailAndAreNotCounted) {
     Write(Pattern(100));
-    unsigned char byte = 0;
     EXPECT_EQ(buffer->WriteOut(nullptr, 1, nullptr), KX::kResultInvalidArgument);
-    if (GetParam().isBounded) {
-        EXPECT_EQ(buffer->WriteOut(&byte, 1, nullptr), GetParam().pastEnd);
-        EXPECT_EQ(buffer->WriteOut(&byte, ~0UL - 99, nullptr), GetParam().pastEnd) << "a sum that wraps to 0";
+    if (!kind.IsFile()) {
+        EXPECT_EQ(buffer->WriteOut(&byte, 1, nullptr), kind.pastEnd);
+        EXPECT_EQ(buffer->WriteOut(&byte, ~0UL - 99, nullptr), kind.pastEnd) << "a sum that wraps to 0";
     }
-    EXPECT_EQ(buffer->GetWriteSize(), GetParam().countsWritten ? 100 : 0);
+    EXPECT_EQ(buffer->GetWriteSize(), kind.IsBlock() ? 0 : 100);
 
-    ASSERT_EQ(GetParam().reread(*buffer), 0);
+    ASSERT_EQ(kind.reread(*buffer), 0);
     EXPECT_EQ(buffer->ReadIn(nullptr, 1, 1, nullptr), KX::kResultInvalidArgument);
     ASSERT_EQ(buffer->Skip(60), 0);
-    EXPECT_EQ(buffer->Skip(~0UL - 59), GetParam().pastEnd) << "a sum that wraps to 0";
-    Bytes read(41);
-    EXPECT_EQ(buffer->ReadIn(read.data(), 41, 41, nullptr), GetParam().pastEnd);
-    EXPECT_EQ(buffer->IsBufferEnd(), GetParam().endsWhereItFails);
+    EXPECT_EQ(buffer->Skip(~0UL - 59), kind.pastEnd) << "a sum that wraps to 0";
+    std::string read(41, '\0');
+    EXPECT_EQ(buffer->ReadIn(read.data(), 41, 41, nullptr), kind.pastEnd);
+    EXPECT_EQ(buffer->IsBufferEnd(), kind.IsBlock());
     ExpectRead(60);
 }
 
 TEST_P(IoBufferTest, OneThatHoldsNothingFailsTidily) {
-    unsigned char byte = 0;
     EXPECT_LT(buffer->ReadIn(&byte, 1, 1, nullptr), 0);
     EXPECT_LT(buffer->WriteOut(&byte, 1, nullptr), 0);
     EXPECT_LT(buffer->Skip(1), 0);
     EXPECT_TRUE(buffer->IsBufferEnd());
     ExpectRead(0);
     std::wstring directory = L"before";
-    EXPECT_EQ(buffer->GetSearchDirectory(directory), 0);
-    EXPECT_EQ(directory, L"");
+    EXPECT_TRUE(buffer->GetSearchDirectory(directory) == 0 && directory.empty());
     EXPECT_FALSE(buffer->CheckFileExist(L"file"));
     Write(Pattern(1));
     EXPECT_TRUE(buffer->CheckFileExist(L"file"));
@@ -175,19 +157,20 @@ TEST_P(IoBufferTest, OneThatHoldsNothingFailsTidily) {
 INSTANTIATE_TEST_SUITE_P(OfEachKind, IoBufferTest, testing::ValuesIn(kKinds),
                          [](const auto& info) { return std::string(info.param.name); });
 
+std::string TextOf(const unsigned char* bytes, std::size_t size) {
+    return {reinterpret_cast<const char*>(bytes), size};
+}
+
 TEST(MemoryIoBufferTest, NewMemoryIsZeroAndReadFromItsStartButWrittenFromWhereItWas) {
     KX::CMemoryIoBuffer buffer(L"folder");
     std::wstring directory;
-    EXPECT_EQ(buffer.GetSearchDirectory(directory), 0);
-    EXPECT_EQ(directory, L"folder");
+    EXPECT_TRUE(buffer.GetSearchDirectory(directory) == 0 && directory == L"folder");
 
-    ASSERT_EQ(buffer.CreateBuffer(8), 0);
-    ASSERT_EQ(buffer.WriteOut("abcde", 5, nullptr), 0);
-    ASSERT_EQ(buffer.Skip(2), 0);
+    ASSERT_EQ(buffer.CreateBuffer(8) | buffer.WriteOut("abcde", 5, nullptr) | buffer.Skip(2), 0);
     unsigned char* const earlier = buffer.GetMemory();
     ASSERT_EQ(buffer.SetOutputInfo(6, 99), 0);
-    EXPECT_EQ(Bytes(earlier, earlier + 8), (Bytes{'a', 'b', 'c', 'd', 'e', 0, 0, 0}));
-    EXPECT_EQ(Bytes(buffer.GetMemory(), buffer.GetMemory() + 6), Bytes(6));
+    EXPECT_EQ(TextOf(earlier, 8), std::string("abcde\0\0\0", 8));
+    EXPECT_EQ(TextOf(buffer.GetMemory(), 6), std::string(6, '\0'));
     char read[6];
     EXPECT_EQ(buffer.ReadIn(read, 5, 6, nullptr), KX::kResultInvalidArgument) << "the destination is too small";
     EXPECT_EQ(buffer.ReadIn(read, 6, 5, nullptr), 0);
@@ -205,8 +188,7 @@ TEST(MemoryIoBufferTest, WithoutMemoryThereIsOnlyTheSize) {
     char byte = 0;
     EXPECT_EQ(buffer.ReadIn(&byte, 1, 1, nullptr), KX::kResultInvalidArgument);
     EXPECT_EQ(buffer.WriteOut(&byte, 1, nullptr), KX::kResultInvalidArgument);
-    EXPECT_EQ(buffer.ReadIn(&byte, 0, 0, nullptr), 0);
-    EXPECT_EQ(buffer.Skip(10), 0);
+    EXPECT_EQ(buffer.ReadIn(&byte, 0, 0, nullptr) | buffer.Skip(10), 0);
 
 #if defined(KXMMF_MALLOC_IS_WRAPPED)
     for (const std::size_t allowed : {0U, 1U}) {
@@ -220,30 +202,27 @@ TEST(MemoryIoBufferTest, WithoutMemoryThereIsOnlyTheSize) {
 }
 
 TEST(BufferTest, TakesCopiesOrZerosAndKeepsAnArrayOfTheSameLength) {
-    const Bytes data = Pattern(10);
-    KX::CBuffer<unsigned char> buffer;
-    EXPECT_EQ(buffer.CreateBuffer(0, data.data()), KX::kResultNothingDone);
-    EXPECT_EQ(buffer.GetBuffer(), nullptr);
-    ASSERT_EQ(buffer.CreateBuffer(10, nullptr), 0);
-    const unsigned char* const array = buffer.GetBuffer();
-    EXPECT_EQ(Bytes(array, array + 10), Bytes(10));
-    ASSERT_EQ(buffer.CreateBuffer(10, data.data()), 0);
-    EXPECT_EQ(buffer.GetBuffer(), array);
+    KX::CBuffer<char> buffer;
+    const auto text = [&] { return std::string(buffer.GetBuffer(), buffer.GetCount()); };
+    const auto isEmpty = [&] { return buffer.GetCount() == 0 && buffer.GetBuffer() == nullptr; };
+    EXPECT_TRUE(buffer.CreateBuffer(0, "abc") == KX::kResultNothingDone && isEmpty());
+    ASSERT_EQ(buffer.CreateBuffer(3, nullptr), 0);
+    EXPECT_EQ(text(), std::string(3, '\0'));
+    const char* const array = buffer.GetBuffer();
+    ASSERT_EQ(buffer.CreateBuffer(3, "abc"), 0);
     EXPECT_EQ(buffer.CreateBuffer(0, nullptr), KX::kResultNothingDone);
-    EXPECT_EQ(Bytes(array, array + buffer.GetCount()), data);
-    ASSERT_EQ(buffer.CreateBuffer(3, data.data() + 1), 0);
-    EXPECT_EQ(Bytes(buffer.GetBuffer(), buffer.GetBuffer() + buffer.GetCount()), (Bytes{1, 2, 3}));
+    EXPECT_TRUE(buffer.GetBuffer() == array && text() == "abc");
+    ASSERT_EQ(buffer.CreateBuffer(2, "de"), 0);
+    EXPECT_EQ(text(), "de");
 
     {
         const CFailingAllocation refusal(0);
         EXPECT_THROW(buffer.CreateBuffer(4, nullptr), std::bad_alloc);
     }
-    EXPECT_EQ(buffer.GetCount(), 0U);
-    EXPECT_EQ(buffer.GetBuffer(), nullptr);
+    EXPECT_TRUE(isEmpty());
     ASSERT_EQ(buffer.CreateBuffer(1, nullptr), 0);
     buffer.DestroyBuffer();
-    EXPECT_EQ(buffer.GetCount(), 0U);
-    EXPECT_EQ(buffer.GetBuffer(), nullptr);
+    EXPECT_TRUE(isEmpty());
 }
 
 }  // namespace

@@ -43,7 +43,7 @@ def text(state):
     return struct.pack("<4I", *state).hex()
 
 
-for length in [0, 1, 55, 56, 57, 63, 64, 119, 120, 121, 1000]:
+for length in [0, 55, 56, 57, 64, 120, 1000]:
     message = bytes(i % 251 for i in range(length))
     assert text(digest(RFC_STATE, message, 8 * length, True)) == hashlib.md5(message).hexdigest()
     print(f'{{{length}, "{text(digest(OWN_STATE, message, 8 * length))}"}},')
