@@ -9,30 +9,16 @@
 
 namespace {
 
-// The conversions as they are defined: under a switch of the process's locale.
-template <typename Convert>
-auto UnderProcessLocale(const std::string& name, Convert convert) {
+// The conversions as they are defined: by the C library under a switch of the process's locale.
+template <typename To, typename From>
+std::basic_string<To> BySwitch(std::size_t (*convert)(To*, const From*, std::size_t),
+                               const std::basic_string<From>& text, const std::string& name) {
     const std::string before = std::setlocale(LC_ALL, nullptr);
     std::setlocale(LC_ALL, name.c_str());
-    auto converted = convert();
+    std::basic_string<To> buffer(text.size() * 4 + 4, To());
+    (void)convert(buffer.data(), text.c_str(), buffer.size() - 1);
     std::setlocale(LC_ALL, before.c_str());
-    return converted;
-}
-
-std::string NarrowBySwitch(const std::wstring& text, const std::string& name) {
-    return UnderProcessLocale(name, [&] {
-        std::string buffer(text.size() * 4 + 4, '\0');
-        (void)std::wcstombs(buffer.data(), text.c_str(), buffer.size() - 1);
-        return buffer.substr(0, buffer.find('\0'));
-    });
-}
-
-std::wstring WideBySwitch(const std::string& text, const std::string& name) {
-    return UnderProcessLocale(name, [&] {
-        std::wstring buffer(text.size() + 1, L'\0');
-        (void)std::mbstowcs(buffer.data(), text.c_str(), buffer.size());
-        return buffer.substr(0, buffer.find(L'\0'));
-    });
+    return buffer.substr(0, buffer.find(To()));
 }
 
 // A name that leaves one category to the environment.
@@ -47,10 +33,10 @@ std::string HalfOpenName() {
 
 // A name as setlocale reports it where the categories differ.
 std::string MixedName() {
-    return UnderProcessLocale("C", [] {
-        std::setlocale(LC_CTYPE, KX::kTextLocale);
-        return std::string(std::setlocale(LC_ALL, nullptr));
-    });
+    std::setlocale(LC_CTYPE, KX::kTextLocale);
+    std::string name = std::setlocale(LC_ALL, nullptr);
+    std::setlocale(LC_CTYPE, "C");
+    return name;
 }
 
 const std::wstring kCjk = L"/\u6587\u4EF6/\u8CC7\u6599\U0001F600.tmp";
@@ -79,8 +65,12 @@ TEST_F(EncodingTest, ConvertsAsUnderASwitchOfTheProcessLocaleWhichStays) {
             ::setenv("LC_ALL", environment, 1);
             for (const std::string& name : names) {
                 SCOPED_TRACE(std::string(processLocale) + " in force, environment " + environment + ", named " + name);
-                for (const auto& text : wides) EXPECT_EQ(KX::ConvertToString(text, name), NarrowBySwitch(text, name));
-                for (const auto& text : narrows) EXPECT_EQ(KX::ConvertToWstring(text, name), WideBySwitch(text, name));
+                for (const auto& text : wides) {
+                    EXPECT_EQ(KX::ConvertToString(text, name), BySwitch(&std::wcstombs, text, name));
+                }
+                for (const auto& text : narrows) {
+                    EXPECT_EQ(KX::ConvertToWstring(text, name), BySwitch(&std::mbstowcs, text, name));
+                }
             }
         }
         EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), processLocale);
@@ -98,25 +88,17 @@ TEST_F(EncodingTest, TheTextLocaleConvertsWholePathsBothWays) {
 }
 
 TEST_F(EncodingTest, EightThreadsUnderDifferentLocalesAtOnce) {
-    const auto convert = [](bool isText) {
+    const auto convert = [](const char* name, const std::string& narrow, const std::wstring& wide) {
         for (int round = 0; round < 2000; ++round) {
-            const std::string name = isText ? KX::kTextLocale : "C";
-            ASSERT_EQ(KX::ConvertToString(kCjk, name), isText ? kCjkUtf8 : "/");
-            ASSERT_EQ(KX::ConvertToWstring(kCjkUtf8, name), isText ? kCjk : L"/");
+            ASSERT_EQ(KX::ConvertToString(kCjk, name), narrow);
+            ASSERT_EQ(KX::ConvertToWstring(kCjkUtf8, name), wide);
         }
     };
     std::vector<std::jthread> threads;
-    threads.reserve(8);
-    for (int index = 0; index < 8; ++index) threads.emplace_back(convert, index % 2 == 0);
-}
-
-TEST_F(EncodingTest, TheUtf8FunctionsGiveNothingAndSizesEndAtTheFirstNul) {
-    EXPECT_EQ(KX::ConvertWstringToUTF8(L"abc"), "");
-    EXPECT_EQ(KX::ConvertUTF8ToWstring("abc"), L"");
-    EXPECT_EQ(KX::ConvertStringToUTF8("abc"), "");
-    EXPECT_EQ(KX::ConvertUTF8ToString("abc"), "");
-    EXPECT_EQ(KX::StringBufferSizeInBytes(std::string("a\0b", 3)), 1U);
-    EXPECT_EQ(KX::StringBufferSizeInBytes(std::wstring(L"ab")), 8U);
+    for (int pair = 0; pair < 4; ++pair) {
+        threads.emplace_back(convert, KX::kTextLocale, kCjkUtf8, kCjk);
+        threads.emplace_back(convert, "C", "/", L"/");
+    }
 }
 
 }  // namespace
