@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <tuple>
 #include <utility>
 
 #include "io/Buffer.h"
@@ -23,10 +24,8 @@ TEST_F(FileHelpersTest, PathsClimbToTheirFolders) {
     std::ofstream("a/b/c.txt") << "x";
     const std::wstring deep = L"a/b/" + std::wstring(3000, L'/');  // longer than any fixed buffer
 
-    struct Case {
-        std::wstring path, folder, parent, existing;
-        int messages;  // one for each path that cannot be queried on the way to an existing folder
-    };
+    // one for each path that cannot be queried on the way to an existing folder
+    using Case = std::tuple<std::wstring, std::wstring, std::wstring, std::wstring, int>;
     for (const auto& [path, folder, parent, existing, messages] :
          {Case{L"a/b/", L"a/b/", L"a", L"a/b/", 0}, Case{L"a/b/c.txt", L"a/b", L"a", L"a/b", 0},
           Case{L"a/b/none/deeper/", L"a/b/none/deeper", L"a/b/none", L"a/b", 2},
@@ -48,10 +47,7 @@ TEST_F(FileHelpersTest, PathsClimbToTheirFolders) {
 }
 
 TEST_F(FileHelpersTest, PathsComeApartAtTheLastSlashAndTheLastDotBehindIt) {
-    struct Case {
-        const wchar_t *path, *folder, *name, *extension;
-        bool isRoot;
-    };
+    using Case = std::tuple<const wchar_t*, const wchar_t*, const wchar_t*, const wchar_t*, bool>;
     for (const auto& [path, folder, name, extension, isRoot] :
          {Case{L"/a/b.c/d", L"/a/b.c/", L"d", L"", false}, Case{L"x.tar.gz", L"", L"x.tar", L".gz", false},
           Case{L"/", L"/", L"", L"", true}, Case{L"/x.", L"/", L"x", L".", true}, Case{L"", L"", L"", L"", false},
@@ -73,28 +69,26 @@ TEST_F(FileHelpersTest, PathsComeApartAtTheLastSlashAndTheLastDotBehindIt) {
 KX::Result ReadInto(std::string& bytes, const std::wstring& path, std::size_t allowed = SIZE_MAX) {
     char* data = nullptr;
     unsigned long size = 0;
-    KX::Result result = KX::kResultFail;
-    {
-        std::wstring own = path;
+    std::wstring own = path;
+    const KX::Result result = [&] {
         const CFailingAllocation failing(allowed);
-        result = CSystem::ReadFileToMemory(std::move(own), data, size);
-    }
+        return CSystem::ReadFileToMemory(std::move(own), data, size);
+    }();
     EXPECT_EQ(data == nullptr, KX::Failed(result));
     if (data != nullptr) bytes.assign(data, size);
     delete[] data;
+    if (allowed != SIZE_MAX) return result;
 
     KX::CBuffer<char> buffer;
-    if (allowed == SIZE_MAX) {
-        EXPECT_EQ(CSystem::ReadFileToMemory(path, buffer), result);
-        EXPECT_TRUE(KX::Failed(result) || std::string_view(buffer.GetBuffer(), buffer.GetCount()) == bytes);
-    }
+    EXPECT_EQ(CSystem::ReadFileToMemory(path, buffer), result);
+    EXPECT_TRUE(KX::Failed(result) || std::string_view(buffer.GetBuffer(), buffer.GetCount()) == bytes);
     return result;
 }
 
 TEST_F(FileHelpersTest, FilesAreReadAndWrittenWhole) {
     for (const std::size_t size : {70'000U, 1U, 0U}) {
-        std::string bytes(size, '\0'), read;
-        for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i % 251);
+        const std::string bytes = Pattern(size);
+        std::string read;
         ASSERT_EQ(CSystem::WriteMemoryToFile(L"file \u6587", bytes.data(), size), KX::kResultOk);
         EXPECT_EQ(fs::file_size("file \xE6\x96\x87"), size);
         EXPECT_EQ(ReadInto(read, L"file \u6587"), KX::kResultOk);
@@ -120,11 +114,7 @@ TEST_F(FileHelpersTest, WhatIsNoRegularFileNeitherHangsNorLeavesAnArray) {
     ASSERT_EQ(::utimensat(AT_FDCWD, "folder", times, 0), 0);
     ASSERT_EQ(::utimensat(AT_FDCWD, "pipe", times, 0), 0);
 
-    struct Case {
-        const wchar_t* path;
-        KX::Result read;
-        long long time;
-    };
+    using Case = std::tuple<const wchar_t*, KX::Result, long long>;
     for (const auto& [path, expected, time] :
          {Case{L"", KX::kResultFileQueryFailed, -1}, Case{L"none", KX::kResultOpenFailed, -1},
           Case{L"folder", KX::kResultOpenFailed, 5'000'000'000}, Case{L"pipe", KX::kResultOk, 5'000'000'000}}) {

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <tuple>
 
 #include "support/TempFolder.h"
 #include "system/System.h"
@@ -46,19 +47,13 @@ TEST_F(StoreFilesTest, FileExistsFollowsLinksUnlessToldNotTo) {
     fs::create_symlink("nowhere", "dangling");
     fs::create_symlink("file", "link");
 
-    struct Case {
-        const char* name;
-        const wchar_t* path;
-        bool followed;
-        bool itself;
-    };
-    for (const auto& [name, path, followed, itself] :
-         {Case{"folder, separator", L"folder \u6587/", true, true}, Case{"file", L"file", true, true},
-          Case{"file, separator", L"file\\", true, true}, Case{"dangling", L"dangling", false, true},
-          Case{"link", L"link", true, true}, Case{"missing", L"missing", false, false},
-          Case{"empty", L"", false, false}, Case{"not convertible", L"file\xD800", false, false}}) {
-        EXPECT_EQ(KX::CSystem::FileExists(path, false), followed) << name;
-        EXPECT_EQ(KX::CSystem::FileExists(path, true), itself) << name;
+    using Case = std::tuple<const wchar_t*, bool, bool>;
+    for (const auto& [path, followed, itself] :
+         {Case{L"folder \u6587/", true, true}, Case{L"file", true, true}, Case{L"file\\", true, true},
+          Case{L"dangling", false, true}, Case{L"link", true, true}, Case{L"missing", false, false},
+          Case{L"", false, false}, Case{L"file\xD800", false, false}}) {
+        EXPECT_EQ(KX::CSystem::FileExists(path, false), followed) << path;
+        EXPECT_EQ(KX::CSystem::FileExists(path, true), itself) << path;
     }
 }
 

@@ -10,8 +10,6 @@ class SurviveTest : public ProgramTest {
 protected:
     SurviveTest() { std::filesystem::create_directory("store"); }
     ~SurviveTest() override { EXPECT_TRUE(NamesIn("store").empty()); }
-
-    bool Tells(const std::string& text) const { return err.find(text) != std::string::npos; }
 };
 
 TEST_F(SurviveTest, ComparesInAnotherProcessEveryByteThatAKilledOneWrote) {
