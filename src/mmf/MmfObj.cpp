@@ -225,7 +225,7 @@ int CMmfObj::OpenBackingFile(std::uint64_t size) const noexcept {
 }
 
 unsigned char* CMmfObj::MapBackingFile(std::uint64_t storeSize, unsigned long length, unsigned long offset) const {
-    const std::uint64_t needed = std::min(offset + length, ReachableLength(storeSize));
+    const std::uint64_t needed = std::min<std::uint64_t>(offset + length, ReachableLength(storeSize));
     if (IsShorter(fd, needed)) return static_cast<unsigned char*>(MAP_FAILED);
     return MapFile(fd, length, offset);
 }

@@ -27,8 +27,9 @@ constinit Room room;
 constinit int initializers = 0;  // static objects are built and destroyed by one thread at a time
 constinit pid_t owner = 0;
 
-// Ahead of all static objects of the program, also of those in files that know nothing of the stores, with which the
-// static library shares its order of initialisation. Elsewhere the files that include the header do what they can.
+// In ELF ahead of all static objects of the program, also of those in files that know nothing of the stores, with which
+// the static library shares its order of initialisation. In Mach-O a priority orders the objects of its own file alone,
+// and there the files that include the header do what they can.
 #if __has_cpp_attribute(gnu::init_priority)
 [[gnu::init_priority(101)]] const KX::CStoreInitializer first;
 #endif

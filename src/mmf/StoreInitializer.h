@@ -5,8 +5,9 @@
 namespace KX {
 
 // Builds the four global stores when the first of these objects is built and destroys them when the last one goes.
-// The library has one that comes first of all where the system can order static objects. Where it cannot, every file
-// that can reach the stores has one ahead of its own static objects, which may use them in any order of linking.
+// The library has one that comes first of all where a priority orders the static objects of all files (ELF). Where it
+// does not (Mach-O), every file that can reach the stores has one ahead of its own static objects, which may use them
+// in any order of linking.
 class KX_API CStoreInitializer {
 public:
     CStoreInitializer();

@@ -164,7 +164,8 @@ void CHoldJob::RunPieces(Pass pass, const SourceFile& file, CBlockView& view, st
     CSourceReader reader(file.path);
     for (std::uint64_t done = 0; done < file.size;) {
         const Memory memory = view.From(offset + done);
-        done += RunPiece(pass, reader, memory.first(std::min({memory.size(), kPiece, file.size - done})));
+        done +=
+            RunPiece(pass, reader, memory.first(std::min<std::uint64_t>({memory.size(), kPiece, file.size - done})));
     }
     if (reader.Size() != file.size || reader.Read(std::span(buffer).first(1)) != 0) {
         throw std::runtime_error(fmt::format("does not end where its size of {} bytes says", file.size));

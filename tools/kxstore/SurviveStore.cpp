@@ -159,7 +159,8 @@ std::uint64_t SurviveJob::PieceCount() const {
 Piece SurviveJob::PieceAt(std::uint64_t index) const {
     const std::uint64_t piecesOfBlock = PieceCount() / blocks;
     const std::uint64_t offset = index % piecesOfBlock * kPiece;
-    return {static_cast<unsigned int>(index / piecesOfBlock), offset, std::min(kPiece, blockSize - offset)};
+    return {static_cast<unsigned int>(index / piecesOfBlock), offset,
+            std::min<std::uint64_t>(kPiece, blockSize - offset)};
 }
 
 std::uint64_t SurviveJob::BytesBefore(std::uint64_t index) const {
