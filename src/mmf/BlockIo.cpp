@@ -56,7 +56,7 @@ void CBlockIo::TakeBlock(unsigned int block) {
     serial = block == 0 ? 0 : StoreOf(block)->GetSerial(block);
 }
 
-bool CBlockIo::HasRoom(std::uint64_t from, std::uint64_t count) {
+bool CBlockIo::HasRoom(unsigned long from, unsigned long count) {
     return IsBlockThere() && IsWindowInside(StoreOf(handle)->GetSize(handle), from, count);
 }
 

@@ -64,7 +64,7 @@ protected:
     // Holds the block of that handle from now on.
     void TakeBlock(unsigned int block);
     // Whether the block that is held has room for so many bytes from that position on.
-    bool HasRoom(std::uint64_t from, std::uint64_t count);
+    bool HasRoom(unsigned long from, unsigned long count);
     // Frees the block that is held, its window first. An open view stays open.
     void FreeBlock();
     // Takes a new block in place of the one that is held, whose content is gone. kResultOutOfMemory.
