@@ -7,7 +7,15 @@ FUZZ_SECONDS ?= 60
 PREFIX ?= /usr/local
 DEMO_INPUT = folders=$$(./cmake/demo-input.sh) && printf '%s\n' "$$folders" | tr '\n' '\0'
 
-.PHONY: demo test install consumer bench docs format format-check lint fuzz sanitize asan tsan clean
+# On macOS, where Homebrew keeps these out of the way of Apple's own.
+ifeq ($(shell uname -s),Darwin)
+    LLVM := $(shell brew --prefix llvm 2>/dev/null)
+    export PATH := $(PATH):$(LLVM)/bin
+    FUZZ_FLAGS := -DCMAKE_CXX_COMPILER=$(LLVM)/bin/clang++
+    OPENSSL_FLAGS := -DOPENSSL_ROOT_DIR=$(shell brew --prefix openssl 2>/dev/null)
+endif
+
+.PHONY: demo test install consumer macos exports bench docs format format-check lint fuzz sanitize asan tsan clean
 
 # The main job on real input: the compiler's own programs, each file as a block and then all of them as one.
 demo:
@@ -38,10 +46,25 @@ consumer:
 	cmake --build build/release --target all_verify_interface_header_sets
 	cmake -DBUILD=build/release -P tests/consumer/run.cmake
 
+# The library and the programs for macOS on x86-64, built here; cmake/macos/sdk/README.md tells how far that reaches.
+macos:
+	@$(SETUP) build macos
+	./cmake/macos/fetch-zig.sh
+	cmake --preset macos
+	cmake --build build/macos
+	./cmake/check-exports.sh build/macos/libkxmmf.dylib src/exported-symbols.txt
+	./cmake/macos/check-dylib.sh build/macos/libkxmmf.dylib
+
+# Writes anew the list of what the shared library exports, which is compared on both systems.
+exports:
+	@$(SETUP) build test
+	cmake --preset release
+	cmake --build build/release --target kxmmf-exports
+
 # BENCH_FLAGS="--quick" for a short run; see bench/ for the rest.
 bench:
 	@$(SETUP) build bench
-	cmake --preset bench
+	cmake --preset bench $(OPENSSL_FLAGS)
 	cmake --build build/bench
 	./build/bench/bench/kxmmf-bench $(BENCH_FLAGS)
 
@@ -66,14 +89,14 @@ format-check:
 
 lint:
 	@$(SETUP) build test bench check
-	cmake --preset debug
+	cmake --preset debug $(OPENSSL_FLAGS)
 	cmake --build build/debug --target kxmmf-locale
 	run-clang-tidy -quiet -p build/debug '/(src|compressors|tools|examples|bench|tests)/'
 
 # Looks for inputs that fail, FUZZ_SECONDS for each target of tests/fuzz.
 fuzz:
 	@$(SETUP) build check
-	cmake --preset fuzz -DKXMMF_FUZZ_SECONDS=$(FUZZ_SECONDS)
+	cmake --preset fuzz -DKXMMF_FUZZ_SECONDS=$(FUZZ_SECONDS) $(FUZZ_FLAGS)
 	cmake --build build/fuzz --target kxmmf-fuzz
 	ctest --preset fuzz
 

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Installs the packages that a make target needs and that are missing: setup.sh GROUP...
 # Groups: build (library and programs), test, bench, check (format, lint, sanitizers), package (use when installed),
-# docs (API reference, manual page).
+# docs (API reference, manual page), macos (the cross-build for macOS).
 # Debian's packages are installed; on macOS it says what to install. Nothing is done where nothing is missing.
 set -eu
 
@@ -11,6 +11,7 @@ debian_packages() {
         test) echo "libgtest-dev libgmock-dev" ;;
         bench) echo "libbenchmark-dev libboost-dev libboost-serialization-dev libcereal-dev libfmt-dev libssl-dev" ;;
         check) echo "clang clang-format clang-tidy libclang-rt-dev" ;;
+        macos) echo "clang lld llvm"; command -v npm >/dev/null || echo npm ;;  # npm also comes with other Node.js packages
         package) echo "pkgconf" ;;
         docs) echo "doxygen mandoc python3" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
@@ -23,6 +24,7 @@ homebrew_packages() {
         test) echo "googletest" ;;
         bench) echo "google-benchmark boost cereal openssl" ;;
         check) echo "llvm clang-format" ;;
+        macos) ;;
         package) echo "pkgconf" ;;
         docs) echo "doxygen mandoc" ;;
         *) echo "setup.sh: there is no group '$1'" >&2; return 1 ;;
