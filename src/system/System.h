@@ -115,10 +115,12 @@ public:
     // kResultFileQueryFailed: the folder cannot be opened, out is left as it was.
     static Result GetAllSpecifiedExpendFilesInDirectory(std::wstring folder, std::vector<std::wstring>& out);
 
-    // Appends the full paths of all that matches the pattern of glob (*, ?, [...]) in the folder, sorted; then, if
-    // recursive, those in each folder below it, in the system's order. Folder and pattern are one pattern together, so
-    // that wildcards in the folder's name count. A path that the text locale cannot read ends before the bytes that it
-    // cannot.
+    // Appends the full paths of all that matches the pattern of glob (*, ?, [...], backslash before what is meant
+    // literally) in the folder, sorted; then, if recursive, those in each folder below it, in the system's order.
+    // Folder and pattern are one pattern together, on every level: wildcards and backslashes in names of folders count,
+    // and an unreadable folder that a wildcard of them stands for leaves nothing found there. What is one character,
+    // and the order, are the C library's affair under the locale in force. A path that the text locale cannot read ends
+    // before the bytes that it cannot. Each dangling link gives a message as IsDirectory prints it, if recursive.
     //
     // Links to folders are followed. One that leads to a folder above itself is followed over and over, until the
     // system refuses a path of too many links (Linux: more than 40) or characters: each file is found as often. With

@@ -12,8 +12,8 @@ using KX::COrcaID;
 
 namespace {
 
-// Identifiers as files may have them: mostly one after the other, with gaps, in any order, or chosen to fall on the same
-// places of a table.
+// Identifiers as files may have them: mostly one after the other, with gaps, in any order, or chosen to fall on the
+// same places of a table.
 struct Numbering {
     const char* name;
     unsigned long long first, step;

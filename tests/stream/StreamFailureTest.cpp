@@ -113,7 +113,8 @@ TEST_P(StreamFailureTest, LoadHandsTheFailureUp) {
     }
 }
 
-// What the debug list needs is not missed where it is refused, and what the compressor needs leaves a file without data.
+// What the debug list needs is not missed where it is refused, and what the compressor needs leaves a file without
+// data.
 TEST_P(StreamSaveFailureTest, SaveHandsTheFailureUp) {
     for (const Refused kind : kEachKind) {
         WhileFailing([&](std::size_t allowed) {

@@ -57,6 +57,7 @@ TEST_F(OperatingSystemTest, LinuxFactsAreReadAsTheyAreMeant) {
     for (const char* const ignored : {static_cast<const char*>(nullptr), "", "relative"}) {
         EXPECT_EQ(DataFolder(ignored, "/home/u"), "/home/u/.local/share");
         EXPECT_EQ(DataFolder(ignored, ""), "");
+        EXPECT_EQ(DataFolder(ignored, "relative"), "");
     }
     EXPECT_EQ(DataFolder("/x/y//", "/home/u"), "/x/y");
     EXPECT_EQ(DataFolder("/", ""), "/");

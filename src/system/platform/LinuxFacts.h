@@ -13,7 +13,7 @@ std::string BundleOfProgram(const std::string& program);
 
 // The folder for the data of the user's applications, as freedesktop.org's base directories have it: the environment's
 // XDG_DATA_HOME, which does not count where it is missing (null) or not absolute, else .local/share in the home folder;
-// empty without either.
+// empty where neither is absolute.
 std::string DataFolder(const char* xdgDataHome, const std::string& home);
 
 // kReachable where the table, in the form of /proc/net/route, has a default route that is up and does not refuse; else
