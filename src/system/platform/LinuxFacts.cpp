@@ -42,7 +42,8 @@ std::string BundleOfProgram(const std::string& program) {
 }
 
 std::string DataFolder(const char* xdgDataHome, const std::string& home) {
-    if (xdgDataHome == nullptr || !IsAbsolute(xdgDataHome)) return IsAbsolute(home) ? home + "/.local/share" : std::string();
+    if (xdgDataHome == nullptr || !IsAbsolute(xdgDataHome))
+        return IsAbsolute(home) ? home + "/.local/share" : std::string();
 
     std::string folder = xdgDataHome;
     while (folder.size() > 1 && folder.ends_with('/')) folder.pop_back();
