@@ -36,7 +36,7 @@ install:
 	@$(SETUP) build
 	cmake --preset demo
 	cmake --build build/release
-	cmake --install build/release --prefix $(PREFIX)
+	cmake --install build/release --prefix "$(PREFIX)"
 
 # Each public header compiled alone, and a small project that uses the library: installed, moved, or from its sources.
 consumer:

@@ -1,13 +1,13 @@
 // Keeps a block beyond the end of its process.
 //
-//   reopen save FOLDER/           stores a block in the folder, which is made, and prints the block's handle
-//   reopen load FOLDER/ HANDLE    in another process: finds the block again, prints its first byte and deletes all
+//   reopen save FOLDER            stores a block in the folder, which is made, and prints the block's handle
+//   reopen load FOLDER HANDLE     in another process: finds the block again, prints its first byte and deletes all
 #include <unistd.h>
 
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -19,6 +19,17 @@ constexpr unsigned long kSize = 100'000'000;  // above 64 MiB: a smaller block w
 constexpr unsigned int kWindow = 16U << 20;
 
 using Store = KX::CPointer<KX::CIndependentMmf>;  // counted: the last one that goes deletes the store and its files
+
+// The folder with a separator at its end, without which its header file would lie beside it and not in it. Empty: the
+// locale cannot read it.
+std::wstring FolderOf(const char* text) {
+    std::wstring folder(std::strlen(text) + 1, L'\0');
+    const std::size_t length = std::mbstowcs(folder.data(), text, folder.size());
+    if (length == static_cast<std::size_t>(-1) || length == 0) return {};
+    folder.resize(length);
+    if (!folder.ends_with(L'/')) folder += L'/';
+    return folder;
+}
 
 // The folder ends with a separator; its parent must exist. Null: the store cannot be made.
 Store OpenStore(const std::wstring& folder) {
@@ -61,11 +72,11 @@ int Load(const std::wstring& folder, unsigned int block) {
 int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");  // for a folder that is not plain ASCII
     const std::string_view task = argc > 2 ? argv[1] : "";
-    if (task == "save") return Save(std::filesystem::path(argv[2]).wstring());
-    if (task == "load" && argc > 3) {
-        const auto handle = static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10));
-        return Load(std::filesystem::path(argv[2]).wstring(), handle);
+    const std::wstring folder = argc > 2 ? FolderOf(argv[2]) : L"";
+    if (task == "save" && !folder.empty()) return Save(folder);
+    if (task == "load" && !folder.empty() && argc > 3) {
+        return Load(folder, static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10)));
     }
-    std::fputs("usage: reopen save FOLDER/ | reopen load FOLDER/ HANDLE\n", stderr);
+    std::fputs("usage: reopen save FOLDER | reopen load FOLDER HANDLE\n", stderr);
     return 2;
 }

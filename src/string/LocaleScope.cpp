@@ -1,7 +1,9 @@
 #include "string/LocaleScope.h"
 
+#include <cerrno>
 #include <map>
 #include <mutex>
+#include <new>
 #include <shared_mutex>
 
 namespace KX {
@@ -28,7 +30,9 @@ bool FollowsEnvironment(const std::string& name) {
 }
 
 locale_t LoadLocale(const std::string& name) {
-    return ::newlocale(LC_ALL_MASK, name.c_str(), kNoLocale);
+    const locale_t loaded = ::newlocale(LC_ALL_MASK, name.c_str(), kNoLocale);
+    if (loaded == kNoLocale && errno == ENOMEM) throw std::bad_alloc();  // else the name would count as unknown
+    return loaded;
 }
 
 locale_t FindLocale(const std::string& name) {

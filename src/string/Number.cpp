@@ -37,6 +37,7 @@ template <typename T, typename Text>
 T Parsed(const Text& text, const std::locale& locale) {
     std::basic_stringstream<typename Text::value_type> stream;
     stream.imbue(locale);
+    stream.exceptions(std::ios::badbit);  // else a stream keeps to itself that memory ran out
     stream << text;
     T value{};
     stream >> value;  // stores 0 or a limit where it fails
@@ -47,6 +48,7 @@ template <typename Text, typename T>
 Text Printed(T value, const std::locale& locale) {
     std::basic_ostringstream<typename Text::value_type> stream;
     stream.imbue(locale);
+    stream.exceptions(std::ios::badbit);
     stream << value;
     return stream.str();
 }

@@ -103,6 +103,7 @@ std::wstring FloatToTstring(float value, int digits);
 // As printf formats, under the C library's locale in force; so do "%ls" in a narrow format and "%s" in a wide one
 // convert. Empty if that fails, if the C library refuses the format, or if the text would have INT_MAX characters or
 // more. Wide text is formatted anew for each doubling of its room, from 100 characters on.
+// errno is cleared first, so glibc's %m tells nothing; a format is never to come from data, as for printf.
 [[gnu::format(printf, 1, 2)]] std::string StringFormat(const char* format, ...);
 std::wstring StringFormat(const wchar_t* format, ...);
 

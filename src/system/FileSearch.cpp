@@ -2,6 +2,7 @@
 #include <glob.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <memory>
 #include <new>
@@ -55,6 +56,7 @@ struct CloseFolder {
 // The folder is closed again at once: however deep a tree is, a walk through it holds no descriptors.
 bool ReadNames(const std::string& folder, std::vector<std::string>& names) {
     const std::unique_ptr<DIR, CloseFolder> opened(::opendir(folder.c_str()));
+    if (opened == nullptr && errno == ENOMEM) throw std::bad_alloc();
     if (opened == nullptr) return false;
     while (const dirent* const entry = ::readdir(opened.get())) names.emplace_back(entry->d_name);
     return true;
@@ -64,10 +66,22 @@ bool IsItselfOrParent(std::string_view name) {
     return name == "." || name == "..";
 }
 
+// Whether glob would go so deep into the pattern as to endanger the stack: it calls itself for each separator at the
+// end and, where a wildcard stands for a folder, for each folder.
+bool IsTooDeep(const std::string& pattern) {
+    constexpr std::size_t kMostCalls = 256;
+    const std::size_t trailing = pattern.size() - (pattern.find_last_not_of('/') + 1);  // npos + 1 is 0
+    const std::string folder = pattern.substr(0, std::min(pattern.rfind('/'), pattern.size() - trailing));
+    const bool hasWildcard = folder.find_first_of("*?[") != std::string::npos;
+    const auto separators = static_cast<std::size_t>(std::ranges::count(pattern, '/'));
+    return (hasWildcard ? separators : trailing) > kMostCalls;
+}
+
 void AppendMatches(const std::string& pattern, std::vector<std::wstring>& out) {
+    if (IsTooDeep(pattern)) return;
     glob_t found{};
     const std::unique_ptr<glob_t, decltype(&::globfree)> owner(&found, &::globfree);
-    // No other answer is looked at: what cannot be read has no matches.
+    // No other answer is looked at: what was found up to a failure counts, and no match is none.
     if (::glob(pattern.c_str(), GLOB_ERR, nullptr, &found) == GLOB_NOSPACE) throw std::bad_alloc();
     for (std::size_t i = 0; i < found.gl_pathc; ++i) out.push_back(ConvertToWstring(found.gl_pathv[i], kTextLocale));
 }

@@ -4,11 +4,13 @@
 
 #include <climits>
 #include <limits>
+#include <new>
 #include <type_traits>
 #include <vector>
 
 #include "string/Encoding.h"
 #include "string/LocaleScope.h"
+#include "support/FailingAllocation.h"
 
 namespace {
 
@@ -138,6 +140,19 @@ TEST_F(NumberTest, FormatsTextOfAnyLengthOrNone) {
     EXPECT_EQ(KX::StringFormat("%ls", L"\xD800"), "");
     EXPECT_EQ(KX::StringFormat(L"%s", "\xFF"), L"");
     EXPECT_EQ(KX::StringFormat(std::string("%2147483648d").c_str(), 1), "");  // out of the compiler's sight
+}
+
+TEST_F(NumberTest, ShortMemoryIsToldAndNoNumberIsCut) {
+    std::size_t allowed = 0;
+    for (bool isRefused = true; isRefused; ++allowed) {
+        try {
+            const CFailingAllocation failing(allowed);
+            isRefused = KX::StringToInt(KX::IntToWstring(123'456)) != 123'456;
+            ASSERT_FALSE(isRefused);
+        } catch (const std::bad_alloc&) {
+        }
+    }
+    EXPECT_GT(allowed, 2U);
 }
 
 }  // namespace
