@@ -146,7 +146,7 @@ TEST_F(NumberTest, ShortMemoryIsToldAndNoNumberIsCut) {
     std::size_t allowed = 0;
     for (bool isRefused = true; isRefused; ++allowed) {
         try {
-            const CFailingAllocation failing(allowed);
+            const CFailingAllocation failing(allowed, 0, 1);  // what follows has memory again
             isRefused = KX::StringToInt(KX::IntToWstring(123'456)) != 123'456;
             ASSERT_FALSE(isRefused);
         } catch (const std::bad_alloc&) {
