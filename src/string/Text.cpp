@@ -104,7 +104,7 @@ Text Quoted(const Text& text) {
 }
 
 bool IsIdentifierCharacter(wchar_t character) {
-    const auto code = static_cast<std::wint_t>(character);
+    const auto code = static_cast<std::wint_t>(static_cast<char32_t>(character));
     return character == L'_' || std::iswalpha(code) != 0 || std::iswdigit(code) != 0;
 }
 
