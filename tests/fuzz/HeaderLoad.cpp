@@ -1,6 +1,7 @@
 // Header files of any bytes are loaded into a private store, and what they tell of is used. Input: a number of steps,
 // a byte for each of them, then the header file.
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>

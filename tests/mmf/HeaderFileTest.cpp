@@ -31,7 +31,7 @@ std::string Shared(const Blocks& blocks, const std::wstring& name = {}, unsigned
     std::string bytes = Record(kind, name, 0x4000000) + Little(blocks.size()), flags(1024, '\0');
     for (const auto& [first, slots] : blocks) {
         bytes += Little(first) + Little(slots);
-        for (auto slot = first; slot < std::min(first + slots, 1024UL); ++slot) flags[slot] = 1;
+        for (auto slot = first; slot < std::min<std::uint64_t>(first + slots, 1024); ++slot) flags[slot] = 1;
     }
     return bytes + flags;
 }

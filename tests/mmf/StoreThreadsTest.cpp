@@ -71,10 +71,9 @@ void Work(unsigned int store, unsigned int seed) {
 TEST_F(StoreThreadsTest, FourStoresUnderEightThreads) {
     const auto seed = std::random_device{}();
     for (const unsigned int store : {0U, 1U, 2U, 3U}) SetLimit(store, 1024 * kMiB);
-    {
-        std::vector<std::jthread> threads;
-        for (unsigned int index = 0; index < 8; ++index) threads.emplace_back(Work, index % 4, seed + index);
-    }
+    std::vector<std::thread> threads;
+    for (unsigned int index = 0; index < 8; ++index) threads.emplace_back(Work, index % 4, seed + index);
+    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(FilesLeft(), 0);
 }
 
@@ -96,10 +95,9 @@ TEST_F(StoreThreadsTest, FoldersThatVanishMeanwhileComeBack) {
             ASSERT_EQ(manager.MemFree(handle), KX::kResultOk);
         }
     };
-    {
-        std::vector<std::jthread> threads;
-        for (unsigned int store = 0; store < 4; ++store) threads.emplace_back(allocAndFree, store);
-    }
+    std::vector<std::thread> threads;
+    for (unsigned int store = 0; store < 4; ++store) threads.emplace_back(allocAndFree, store);
+    for (std::thread& thread : threads) thread.join();
     EXPECT_EQ(FilesLeft(), 0);
 }
 

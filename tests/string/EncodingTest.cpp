@@ -94,11 +94,12 @@ TEST_F(EncodingTest, EightThreadsUnderDifferentLocalesAtOnce) {
             ASSERT_EQ(KX::ConvertToWstring(kCjkUtf8, name), wide);
         }
     };
-    std::vector<std::jthread> threads;
+    std::vector<std::thread> threads;
     for (int pair = 0; pair < 4; ++pair) {
         threads.emplace_back(convert, KX::kTextLocale, kCjkUtf8, kCjk);
         threads.emplace_back(convert, "C", "/", L"/");
     }
+    for (std::thread& thread : threads) thread.join();
 }
 
 }  // namespace
