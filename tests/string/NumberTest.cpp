@@ -1,7 +1,5 @@
 #include "string/Number.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <limits>
 #include <new>
@@ -11,6 +9,7 @@
 #include "string/Encoding.h"
 #include "string/LocaleScope.h"
 #include "support/FailingAllocation.h"
+#include "support/Twins.h"
 
 namespace {
 
@@ -28,10 +27,6 @@ struct NumberTest : testing::Test {
     const std::locale grouping{std::locale(std::locale(), new Grouping<char>), new Grouping<wchar_t>};
     const std::locale before = std::locale::global(grouping);
 };
-
-std::wstring Wide(const std::string& ascii) {
-    return {ascii.begin(), ascii.end()};
-}
 
 template <typename Parse, typename T>
 void ExpectParsed(Parse parse, T value, const std::vector<std::string>& texts) {

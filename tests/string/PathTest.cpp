@@ -1,11 +1,9 @@
 #include "string/Path.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
 
-// Wide text: the replayed inputs of the fuzz target path_text hold each wide function to its narrow twin, and to laws
-// where there is none.
+#include "support/Twins.h"
+
 namespace {
 
 TEST(PathTest, SeparatorsAreBothSlashes) {
@@ -16,11 +14,11 @@ TEST(PathTest, SeparatorsAreBothSlashes) {
           Case{"a\\b/c.d", "c.d", "a\\b/c.d/", "a\\b/c.d", "a\\b"}, Case{"a.d/b", "b", "a.d/b/", "a.d/b", "a.d/b"},
           Case{"c:\\d\\", "", "c:\\d\\", "c:\\d", "c:\\d"}}) {
         SCOPED_TRACE(path);
-        EXPECT_EQ(KX::GetPathFilename(path), filename);
-        EXPECT_EQ(KX::GetPlatformSlashFolderPath(path), withSlash);
-        EXPECT_EQ(KX::GetNoPlatformSlashFolderPath(path), withoutSlash);
-        EXPECT_EQ(KX::GetPathDirectory(path), directory);
-        EXPECT_EQ(KX::GetFullPath(path, "n.e"), directory + "/n.e");
+        ExpectTwins([](auto text) { return KX::GetPathFilename(text); }, filename, path);
+        ExpectTwins([](auto text) { return KX::GetPlatformSlashFolderPath(text); }, withSlash, path);
+        ExpectTwins([](auto text) { return KX::GetNoPlatformSlashFolderPath(text); }, withoutSlash, path);
+        ExpectTwins([](auto text) { return KX::GetPathDirectory(text); }, directory, path);
+        ExpectTwins([](auto text, auto name) { return KX::GetFullPath(text, name); }, directory + "/n.e", path, "n.e");
     }
 }
 
@@ -32,19 +30,22 @@ TEST(PathTest, NamesEndAtTheLastDot) {
           Case{"abc", "", "abc", "abc"}, Case{"a.", "", "a", "a."}, Case{"a.b", "b", "a", "new.b"},
           Case{"a.b/", "b/", "", "a.b/new.b/"}}) {
         SCOPED_TRACE(path);
-        EXPECT_EQ(KX::GetSubName(path), subName);
-        EXPECT_EQ(KX::GetMainName(path), mainName);
-        EXPECT_EQ(KX::ChangeMainName(path, "new"), changedMain);
+        ExpectTwins([](auto text) { return KX::GetSubName(text); }, subName, path);
+        ExpectTwins([](auto text) { return KX::GetMainName(text); }, mainName, path);
+        ExpectTwins([](auto text, auto name) { return KX::ChangeMainName(text, name); }, changedMain, path, "new");
     }
-    EXPECT_EQ(KX::ChangeSubName(std::string("x.txt.bak"), ".txt", ".doc"), "x.doc");
-    EXPECT_EQ(KX::ChangeSubName(std::string("x.txt"), ".png", ".doc"), "x.txt");
-    EXPECT_EQ(KX::ChangeSubName(std::string("x"), "", ".doc"), "x.doc");
+    const auto change = [](auto path, auto from, auto to) { return KX::ChangeSubName(path, from, to); };
+    ExpectTwins(change, "x.doc", "x.txt.bak", ".txt", ".doc");
+    ExpectTwins(change, "x.txt", "x.txt", ".png", ".doc");
+    ExpectTwins(change, "x.doc", "x", "", ".doc");
 }
 
 TEST(PathTest, ComparesWithoutCaseAndKindOfSeparator) {
-    EXPECT_TRUE(KX::IsPathTheSame(std::string("C:\\Dir\\File"), "c:/dir/file"));
-    EXPECT_FALSE(KX::IsPathTheSame(std::string("/a"), "/a/"));
-    EXPECT_EQ(KX::RemoveFolderInvalidCharacter(std::string("\\\"/:*?<>|a.b c")), "_________a.b c");
+    for (const auto& [left, right, isSame] : {std::tuple{"C:\\Dir\\File", "c:/dir/file", true}, {"/a", "/a/", false}}) {
+        EXPECT_EQ(KX::IsPathTheSame(std::string(left), right), isSame);
+        EXPECT_EQ(KX::IsPathTheSame(Wide(left), Wide(right)), isSame);
+    }
+    ExpectTwins([](auto text) { return KX::RemoveFolderInvalidCharacter(text); }, "_________a.b c", "\\\"/:*?<>|a.b c");
 }
 
 }  // namespace

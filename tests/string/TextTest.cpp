@@ -6,8 +6,8 @@
 
 #include "string/Encoding.h"
 
-// What replaces, removes, quotes and compares is held to its definition by the fuzz target path_text, whose inputs are
-// replayed; so is each wide function to its narrow twin.
+// What replaces, removes, quotes and compares is held to its definition, narrow and wide, by the fuzz target path_text,
+// whose inputs are replayed.
 namespace {
 
 TEST(TextTest, CaseFollowsTheLocaleForOneCall) {
