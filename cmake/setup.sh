@@ -2,7 +2,8 @@
 # Installs the packages that a make target needs and that are missing: setup.sh GROUP...
 # Groups: build (library and programs), test, bench, check (format, lint, sanitizers), package (use when installed),
 # docs (API reference, manual page), macos (the cross-build for macOS).
-# Debian's packages are installed; on macOS it says what to install. Nothing is done where nothing is missing.
+# Debian's and Homebrew's packages are installed; Apple's command line tools and Homebrew itself are asked for.
+# Nothing is done where nothing is missing.
 set -eu
 
 debian_packages() {
@@ -52,7 +53,7 @@ install_on_debian() {
     $as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing >/dev/null
 }
 
-explain_on_macos() {
+install_on_macos() {
     xcode-select -p >/dev/null 2>&1 || { echo "Please install Apple's command line tools: xcode-select --install" >&2; exit 1; }
     command -v brew >/dev/null || { echo "Please install Homebrew, then run this again: https://brew.sh" >&2; exit 1; }
     missing=
@@ -61,11 +62,15 @@ explain_on_macos() {
             [ -d "$(brew --prefix)/opt/$package" ] || missing="$missing $package"
         done
     done
-    [ -z "$missing" ] || { echo "Please install: brew install$missing" >&2; exit 1; }
+    [ -n "$missing" ] || return 0
+
+    echo "Installing:$missing"
+    # shellcheck disable=SC2086  # a list of words
+    brew install --quiet $missing
 }
 
 case $(uname -s) in
-    Darwin) explain_on_macos "$@" ;;
+    Darwin) install_on_macos "$@" ;;
     *)
         command -v apt-get >/dev/null || { echo "This script knows Debian and macOS; see it for what to install." >&2; exit 1; }
         install_on_debian "$@"
