@@ -30,6 +30,7 @@ bool FollowsEnvironment(const std::string& name) {
 }
 
 locale_t LoadLocale(const std::string& name) {
+    errno = 0;  // which newlocale leaves as it is where it remembers that it does not know the name
     const locale_t loaded = ::newlocale(LC_ALL_MASK, name.c_str(), kNoLocale);
     if (loaded == kNoLocale && errno == ENOMEM) throw std::bad_alloc();  // else the name would count as unknown
     return loaded;

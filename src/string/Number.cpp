@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cwchar>
 #include <cwctype>
+#include <new>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -33,14 +34,20 @@ constexpr int kDefaultDigits = 6;
 constexpr std::size_t kFirstSize = 100;
 constexpr std::size_t kLastSize = INT_MAX;
 
+// A stream keeps to itself that memory ran out. Asked to throw, each C++ library throws something else.
+template <typename Stream>
+void RequireMemory(const Stream& stream) {
+    if (stream.bad()) throw std::bad_alloc();
+}
+
 template <typename T, typename Text>
 T Parsed(const Text& text, const std::locale& locale) {
     std::basic_stringstream<typename Text::value_type> stream;
     stream.imbue(locale);
-    stream.exceptions(std::ios::badbit);  // else a stream keeps to itself that memory ran out
     stream << text;
     T value{};
     stream >> value;  // stores 0 or a limit where it fails
+    RequireMemory(stream);
     return value;
 }
 
@@ -48,8 +55,8 @@ template <typename Text, typename T>
 Text Printed(T value, const std::locale& locale) {
     std::basic_ostringstream<typename Text::value_type> stream;
     stream.imbue(locale);
-    stream.exceptions(std::ios::badbit);
     stream << value;
+    RequireMemory(stream);
     return stream.str();
 }
 
@@ -125,6 +132,7 @@ Text Formatted(const typename Text::value_type* format, std::va_list arguments) 
         const int count = Print(text.data(), size, format, copy);
         const int error = errno;
         va_end(copy);
+        if (count < 0 && error == ENOMEM) throw std::bad_alloc();
         if (count >= 0 && static_cast<std::size_t>(count) < size) {
             text.resize(static_cast<std::size_t>(count));
             return text;

@@ -65,12 +65,15 @@ TEST_F(NumberTest, ParsesWholeNumbersUpToTheLimits) {
 }
 
 TEST_F(NumberTest, ParsesRealNumbersAndTruthValues) {
-    for (const auto& [text, value] : {std::pair{"1.5,5", 1.5}, {"-1,5", -1.0}, {" 1e3x", 1e3}, {"", 0.0}, {"x", 0.0}}) {
-        ExpectParsed([](auto any) { return KX::StringToFloat(any); }, static_cast<float>(value), {text});
-        ExpectParsed([](auto any) { return KX::StringToDouble(any); }, value, {text});
+    const auto toFloat = [](auto text) { return KX::StringToFloat(text); };
+    const auto toDouble = [](auto text) { return KX::StringToDouble(text); };
+    for (const auto& [text, value] :
+         {std::pair{"1.5,5", 1.5}, {"-1,5", -1.0}, {" 1e3x", 1e3}, {"", 0.0}, {"x", 0.0}, {"0.1", 0.1}}) {
+        ExpectParsed(toFloat, static_cast<float>(value), {text});
+        ExpectParsed(toDouble, value, {text});
     }
-    EXPECT_EQ(KX::StringToFloat("3.40282347e+38"), std::numeric_limits<float>::max());
-    EXPECT_EQ(KX::StringToDouble("1.7976931348623157e308"), std::numeric_limits<double>::max());
+    ExpectParsed(toFloat, std::numeric_limits<float>::max(), {"3.40282347e+38"});
+    ExpectParsed(toDouble, std::numeric_limits<double>::max(), {"1.7976931348623157e308"});
 
     const auto word = [](auto text) { return KX::StringToBool(text); };
     ExpectParsed(word, true, {"TRUE", "true", "1", "2", " 1", "-1", "1x", "0000001"});
@@ -121,7 +124,8 @@ TEST_F(NumberTest, PrintsSignificantDigits) {
     expect("1e+300", 1e300, 6);
     expect("-0", -0.0, 3);
     expect("-12.5", -12.5, INT_MAX);
-    ExpectPrinted("1e+09", KX::FloatToString(1e9F, 3), {KX::FloatToWstring(1e9F, 3), KX::FloatToTstring(1e9F, 3)});
+    const float x = 1 / 3.0F;
+    ExpectPrinted("0.333", KX::FloatToString(x, 3), {KX::FloatToWstring(x, 3), KX::FloatToTstring(x, 3)});
 }
 
 TEST_F(NumberTest, FormatsTextOfAnyLengthOrNone) {

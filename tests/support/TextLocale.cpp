@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 // The C library loses a few bytes with each newlocale while LOCPATH is set.
-extern "C" const char* __lsan_default_suppressions() {  // NOLINT: the sanitizer's name
+extern "C" const char* __lsan_default_suppressions() {  // the sanitizer's name
     return "leak:argz_add_sep";
 }
 
