@@ -66,15 +66,16 @@ bool IsItselfOrParent(std::string_view name) {
     return name == "." || name == "..";
 }
 
-// Whether glob would go so deep into the pattern as to endanger the stack: it calls itself for each separator at the
-// end and, where a wildcard stands for a folder, for each folder.
+// Whether glob might take too much of the stack: it calls itself for each separator at the pattern's end, escaped or
+// not, and for each folder where a wildcard stands for one, and each call copies the text.
 bool IsTooDeep(const std::string& pattern) {
-    constexpr std::size_t kMostCalls = 256;
-    const std::size_t trailing = pattern.size() - (pattern.find_last_not_of('/') + 1);  // npos + 1 is 0
-    const std::string folder = pattern.substr(0, std::min(pattern.rfind('/'), pattern.size() - trailing));
+    constexpr std::size_t kMostStack = 128 << 10;  // bytes: a quarter of the smallest that threads have by themselves
+    constexpr std::size_t kStackOfCall = 2048;     // besides the text; GNU's takes about 1,600
+    const std::size_t named = pattern.find_last_not_of("\\/") + 1;  // npos + 1 is 0
+    const std::string folder = pattern.substr(0, std::min(pattern.rfind('/'), named));
     const bool hasWildcard = folder.find_first_of("*?[") != std::string::npos;
-    const auto separators = static_cast<std::size_t>(std::ranges::count(pattern, '/'));
-    return (hasWildcard ? separators : trailing) > kMostCalls;
+    const auto calls = std::ranges::count(pattern.substr(hasWildcard ? 0 : named), '/');
+    return static_cast<std::size_t>(calls) * (pattern.size() + kStackOfCall) > kMostStack;
 }
 
 void AppendMatches(const std::string& pattern, std::vector<std::wstring>& out) {
@@ -192,11 +193,11 @@ std::wstring CSystem::GetSerialFileName(std::wstring folder, std::wstring baseNa
     constexpr std::size_t kMaxLength = 259;
     const std::size_t dot = extension.rfind(L'.');
     const std::wstring end = dot == std::wstring::npos ? L"." + extension : extension.substr(dot);
-    const std::wstring start = std::move(folder) + baseName;
+    const std::wstring start = std::wstring(folder.c_str()) + baseName.c_str();  // to the first NUL, as printf has it
     for (int number = -1; number <= 998; ++number) {
         std::wstring path = start;
         if (number >= 0) path += std::to_wstring(number);
-        path += end;
+        path += end.c_str();
         path.resize(std::min(path.size(), kMaxLength));
         if (!FileExists(path, false)) return path;
     }

@@ -13,6 +13,12 @@ namespace {
 
 using FileSearchTest = TempFolderTest;
 
+std::wstring Times(int count, const std::wstring& text) {
+    std::wstring all;
+    while (count-- > 0) all += text;
+    return all;
+}
+
 void Touch(const fs::path& path) {
     std::ofstream(path) << "x";
 }
@@ -53,12 +59,21 @@ TEST_F(FileSearchTest, FindsAndCountsInARealTree) {
     EXPECT_EQ(Paths(own.begin(), own.end()), (Paths{L"tree/2/12.txt", L"tree/2/22.txt"}));
     EXPECT_EQ(CSystem::FindAllFiles(L"x", L"missing", true, own), KX::kResultFileQueryFailed);
 
-    // Deeper than the stack, if the C library were asked.
-    std::wstring deep;
-    for (int i = 0; i < 20'000; ++i) deep += L"*/";
-    for (const std::wstring& pattern : {deep, deep + L"x", std::wstring(40'000, L'/')}) {
+    // Some would take more than the stack, if the C library were asked.
+    const std::wstring name(60'000, L'x'), few = Times(50, L"./") + L"top.txt";
+    for (const auto& [pattern, matches] : {std::pair{few, 1U},
+                                           {L"../tre[e]/" + few, 1},
+                                           {Times(1000, L"./") + L"top.txt", 1},
+                                           {L"tree" + Times(50, L"/"), 0},
+                                           {Times(20'000, L"*/"), 0},
+                                           {Times(20'000, L"[*]/") + L"x", 0},
+                                           {Times(40'000, L"/"), 0},
+                                           {L"x" + Times(20'000, L"\\/"), 0},
+                                           {name + Times(200, L"/"), 0},
+                                           {L"?" + name + Times(200, L"/x"), 0}}) {
+        found.clear();
         EXPECT_EQ(CSystem::FindAllFiles(pattern, L"tree", false, found), KX::kResultOk);
-        EXPECT_EQ(found.size(), 1U + 500 + 6);
+        EXPECT_EQ(found.size(), matches) << fs::path(pattern.substr(0, 40));
     }
 }
 
