@@ -47,22 +47,30 @@ bool WriteByte(const Store& store, unsigned int block) {
     return true;
 }
 
+// Ends the program before the store does, which would delete its files.
+[[noreturn]] void EndAndKeep(int status, const char* message = nullptr) {
+    if (message != nullptr) std::fprintf(stderr, "reopen: %s\n", message);
+    std::fflush(stdout);
+    ::_exit(status);
+}
+
 int Save(const std::wstring& folder) {
     const Store store = OpenStore(folder);
+    if (store && !KX::Failed(store->LoadHeaderFile())) EndAndKeep(1, "there are blocks in the folder");
     unsigned int block = 0;
     if (!store || !store->MemAlloc(kSize, block) || !WriteByte(store, block)) return 1;
     if (KX::Failed(store->SaveHeaderFile())) return 1;
     std::printf("%u\n", block);  // the header file holds no handles: keep them yourself
-    std::fflush(stdout);
-    ::_exit(0);  // past the end of the store, which would delete its files
+    EndAndKeep(0);
 }
 
 int Load(const std::wstring& folder, unsigned int block) {
     const Store store = OpenStore(folder);
-    if (!store || KX::Failed(store->LoadHeaderFile()) || store->GetSize(block) != kSize) return 1;
+    if (!store) return 1;
+    if (KX::Failed(store->LoadHeaderFile()) || store->GetSize(block) != kSize) EndAndKeep(1, "there is no such block");
     KX::CIndependentSmartMap view(block, kWindow, store.Get());
     const unsigned char* const window = view.GetMapAddress(nullptr, 0);
-    if (window == nullptr) return 1;
+    if (window == nullptr) EndAndKeep(1, "the block cannot be mapped");
     std::printf("the first byte is %d\n", window[0]);
     return 0;  // the view goes, then the store, and the files with it
 }
