@@ -35,7 +35,8 @@ homebrew_packages() {
 install_on_debian() {
     missing=
     for group in "$@"; do
-        for package in $(debian_packages "$group"); do
+        packages=$(debian_packages "$group")  # here, as a loop does not end where its list fails
+        for package in $packages; do
             dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null | grep -q '^installed' ||
                 missing="$missing $package"
         done
@@ -58,7 +59,8 @@ install_on_macos() {
     command -v brew >/dev/null || { echo "Please install Homebrew, then run this again: https://brew.sh" >&2; exit 1; }
     missing=
     for group in "$@"; do
-        for package in $(homebrew_packages "$group"); do
+        packages=$(homebrew_packages "$group")
+        for package in $packages; do
             [ -d "$(brew --prefix)/opt/$package" ] || missing="$missing $package"
         done
     done

@@ -91,7 +91,11 @@ void CheckPaths(const Input<Text>& in) {
           "the same but for the case");
     Check(KX::IsPathTheSame(path, tail) == KX::IsPathTheSame(tail, path), "sameness goes both ways");
     const Text valid = KX::RemoveFolderInvalidCharacter(path);
-    Check(valid.size() == path.size() && !HasAny(valid, "\\\"/:*?<>|"), "only valid characters are left");
+    Check(valid.size() == path.size(), "invalid characters are replaced one by one");
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        const bool isInvalid = HasAny(path.substr(i, 1), "\\\"/:*?<>|");
+        Check(valid[i] == (isInvalid ? '_' : path[i]), "and no others");
+    }
 }
 
 // The definition, which replaces in place.

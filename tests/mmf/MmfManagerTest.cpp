@@ -18,8 +18,8 @@ namespace fs = std::filesystem;
 
 // Objects that the store leaves behind by its rules are no news to the leak checker.
 extern "C" {
-void __lsan_disable() __attribute__((weak));  // NOLINT
-void __lsan_enable() __attribute__((weak));   // NOLINT
+void __lsan_disable() __attribute__((weak));
+void __lsan_enable() __attribute__((weak));
 }
 
 namespace {

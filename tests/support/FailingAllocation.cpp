@@ -41,20 +41,20 @@ bool CFailingAllocation::HasFailed() {
 
 #if defined(KXMMF_MALLOC_IS_WRAPPED)
 extern "C" {
-void* __real_malloc(std::size_t size);   // NOLINT: the linker's names
-void* __wrap_malloc(std::size_t size);   // NOLINT
-void* __wrap_malloc(std::size_t size) {  // NOLINT
+void* __real_malloc(std::size_t size);  // the linker's names
+void* __wrap_malloc(std::size_t size);
+void* __wrap_malloc(std::size_t size) {
     return IsRefused(size) ? nullptr : __real_malloc(size);
 }
-void* __real_calloc(std::size_t count, std::size_t size);   // NOLINT
-void* __wrap_calloc(std::size_t count, std::size_t size);   // NOLINT
-void* __wrap_calloc(std::size_t count, std::size_t size) {  // NOLINT
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size) {
     return IsRefused(count * size) ? nullptr : __real_calloc(count, size);
 }
 }
 #else
 namespace {
-void* __real_malloc(std::size_t size) {  // NOLINT
+void* __real_malloc(std::size_t size) {
     return std::malloc(size);
 }
 }  // namespace
