@@ -1,6 +1,6 @@
 // Keeps a block beyond the end of its process.
 //
-//   reopen save FOLDER            stores a block in the folder, which is made, and prints the block's handle
+//   reopen save FOLDER            stores a block in the folder, which is empty or made, and prints its handle
 //   reopen load FOLDER HANDLE     in another process: finds the block again, prints its first byte and deletes all
 #include <unistd.h>
 
@@ -8,8 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "mmf/IndependentMmf.h"
 
@@ -47,30 +49,40 @@ bool WriteByte(const Store& store, unsigned int block) {
     return true;
 }
 
+// Whether nothing is in the folder that a save would overwrite.
+bool IsFree(const char* folder) {
+    std::error_code failure;
+    return !std::filesystem::exists(folder, failure) || std::filesystem::is_empty(folder, failure);
+}
+
+int Fail(const char* message) {
+    std::fprintf(stderr, "reopen: %s\n", message);
+    return 1;
+}
+
 // Ends the program before the store does, which would delete its files.
-[[noreturn]] void EndAndKeep(int status, const char* message = nullptr) {
-    if (message != nullptr) std::fprintf(stderr, "reopen: %s\n", message);
-    std::fflush(stdout);
+[[noreturn]] void EndAndKeep(int status) {
     ::_exit(status);
 }
 
 int Save(const std::wstring& folder) {
     const Store store = OpenStore(folder);
-    if (store && !KX::Failed(store->LoadHeaderFile())) EndAndKeep(1, "there are blocks in the folder");
     unsigned int block = 0;
-    if (!store || !store->MemAlloc(kSize, block) || !WriteByte(store, block)) return 1;
-    if (KX::Failed(store->SaveHeaderFile())) return 1;
+    if (!store || !store->MemAlloc(kSize, block) || !WriteByte(store, block)) return Fail("the block cannot be stored");
+    if (KX::Failed(store->SaveHeaderFile())) return Fail("the header file cannot be written");
     std::printf("%u\n", block);  // the header file holds no handles: keep them yourself
+    if (std::fflush(stdout) != 0) return Fail("the handle cannot be printed");
     EndAndKeep(0);
 }
 
 int Load(const std::wstring& folder, unsigned int block) {
     const Store store = OpenStore(folder);
-    if (!store) return 1;
-    if (KX::Failed(store->LoadHeaderFile()) || store->GetSize(block) != kSize) EndAndKeep(1, "there is no such block");
+    if (!store) return Fail("the store cannot be made");
+    if (KX::Failed(store->LoadHeaderFile())) EndAndKeep(Fail("the header file cannot be loaded"));
+    if (store->GetSize(block) != kSize) EndAndKeep(Fail("there is no such block"));
     KX::CIndependentSmartMap view(block, kWindow, store.Get());
     const unsigned char* const window = view.GetMapAddress(nullptr, 0);
-    if (window == nullptr) EndAndKeep(1, "the block cannot be mapped");
+    if (window == nullptr) EndAndKeep(Fail("the block cannot be mapped"));
     std::printf("the first byte is %d\n", window[0]);
     return 0;  // the view goes, then the store, and the files with it
 }
@@ -81,7 +93,7 @@ int main(int argc, char** argv) {
     std::setlocale(LC_ALL, "");  // for a folder that is not plain ASCII
     const std::string_view task = argc > 2 ? argv[1] : "";
     const std::wstring folder = argc > 2 ? FolderOf(argv[2]) : L"";
-    if (task == "save" && !folder.empty()) return Save(folder);
+    if (task == "save" && !folder.empty()) return IsFree(argv[2]) ? Save(folder) : Fail("the folder is not empty");
     if (task == "load" && !folder.empty() && argc > 3) {
         return Load(folder, static_cast<unsigned int>(std::strtoul(argv[3], nullptr, 10)));
     }

@@ -11,7 +11,8 @@ namespace KX {
 //
 // Locale:  functions that take none parse and print whole numbers under the classic locale, whatever the process has
 //          set. What follows the C library's locale in force says so.
-// Errors:  nothing is reported; std::bad_alloc is the one exception that may leave.
+// Errors:  nothing is reported; std::bad_alloc is the one exception that may leave, also where a facet of a locale of
+//          yours throws or fails its stream for another reason.
 // Threads: any, at once, as long as none of them switches the C library's locale.
 
 // The number at the start of the text, read as a stream with the locale reads it: blanks in front are skipped, digits

@@ -42,6 +42,11 @@ std::wstring Resolve(std::wstring base, std::wstring_view rest) {
     return base;
 }
 
+// Up to the first NUL, as printf takes a text.
+std::wstring AsPrinted(const std::wstring& text) {
+    return text.substr(0, text.find(L'\0'));
+}
+
 std::wstring WithSeparator(std::wstring folder) {
     const bool hasSeparator = !folder.empty() && kSeparators.find(folder.back()) != std::wstring_view::npos;
     if (!hasSeparator) folder += L'\\';
@@ -67,14 +72,13 @@ bool IsItselfOrParent(std::string_view name) {
 }
 
 // Whether glob might take too much of the stack: it calls itself for each separator at the pattern's end, escaped or
-// not, and for each folder where a wildcard stands for one, and each call copies the text.
+// not, and for each from the first folder on that a wildcard stands for, and each call copies the text.
 bool IsTooDeep(const std::string& pattern) {
     constexpr std::size_t kMostStack = 128 << 10;  // bytes: a quarter of the smallest that threads have by themselves
     constexpr std::size_t kStackOfCall = 2048;     // besides the text; GNU's takes about 1,600
     const std::size_t named = pattern.find_last_not_of("\\/") + 1;  // npos + 1 is 0
-    const std::string folder = pattern.substr(0, std::min(pattern.rfind('/'), named));
-    const bool hasWildcard = folder.find_first_of("*?[") != std::string::npos;
-    const auto calls = std::ranges::count(pattern.substr(hasWildcard ? 0 : named), '/');
+    const std::size_t first = std::min(pattern.find_first_of("*?["), named);
+    const auto calls = std::ranges::count(pattern.substr(first), '/');
     return static_cast<std::size_t>(calls) * (pattern.size() + kStackOfCall) > kMostStack;
 }
 
@@ -87,17 +91,31 @@ void AppendMatches(const std::string& pattern, std::vector<std::wstring>& out) {
     for (std::size_t i = 0; i < found.gl_pathc; ++i) out.push_back(ConvertToWstring(found.gl_pathv[i], kTextLocale));
 }
 
+// Puts the folders in a folder on the pile, the first of them on top. False if the folder cannot be opened.
+bool PileFolders(const std::string& folder, std::vector<std::string>& pile) {
+    std::vector<std::string> names;
+    if (!ReadNames(folder, names)) return false;
+    const auto first = static_cast<std::ptrdiff_t>(pile.size());
+    for (const std::string& name : names) {
+        std::string path = folder + name;
+        if (!IsItselfOrParent(name) && CSystem::isDirectory(path.data())) pile.push_back(path + "/");
+    }
+    std::reverse(pile.begin() + first, pile.end());
+    return true;
+}
+
 // Paths stay narrow on the way down: the wide form of a name that the text locale cannot read leads elsewhere, and of
 // some names back to where it stands. The folder ends in a separator or is empty.
 Result FindBelow(const std::string& pattern, const std::string& folder, std::vector<std::wstring>& out) {
+    std::vector<std::string> pile;
     AppendMatches(folder + pattern, out);
-    std::vector<std::string> names;
-    if (!ReadNames(folder, names)) return kResultFileQueryFailed;
+    if (!PileFolders(folder, pile)) return kResultFileQueryFailed;
 
-    for (const std::string& name : names) {
-        std::string path = folder + name;
-        if (IsItselfOrParent(name) || !CSystem::isDirectory(path.data())) continue;
-        (void)FindBelow(pattern, path + "/", out);  // a folder that cannot be read is passed over
+    while (!pile.empty()) {
+        const std::string next = std::move(pile.back());
+        pile.pop_back();
+        AppendMatches(next + pattern, out);
+        (void)PileFolders(next, pile);  // a folder that cannot be read is passed over
     }
     return kResultOk;
 }
@@ -192,12 +210,12 @@ Result CSystem::CountFiles(std::wstring folder, bool /*recursive*/, unsigned int
 std::wstring CSystem::GetSerialFileName(std::wstring folder, std::wstring baseName, std::wstring extension) {
     constexpr std::size_t kMaxLength = 259;
     const std::size_t dot = extension.rfind(L'.');
-    const std::wstring end = dot == std::wstring::npos ? L"." + extension : extension.substr(dot);
-    const std::wstring start = std::wstring(folder.c_str()) + baseName.c_str();  // to the first NUL, as printf has it
+    const std::wstring end = AsPrinted(dot == std::wstring::npos ? L"." + extension : extension.substr(dot));
+    const std::wstring start = AsPrinted(folder) + AsPrinted(baseName);
     for (int number = -1; number <= 998; ++number) {
         std::wstring path = start;
         if (number >= 0) path += std::to_wstring(number);
-        path += end.c_str();
+        path += end;
         path.resize(std::min(path.size(), kMaxLength));
         if (!FileExists(path, false)) return path;
     }

@@ -123,8 +123,8 @@ public:
     // before the bytes that it cannot. Each dangling link gives a message as IsDirectory prints it, if recursive.
     //
     // A pattern, folder included, matches nothing where it would take glob too deep: where its separators, those at its
-    // end or, with a wildcard in a folder's name, all of them, times its bytes and 2048 more come to over 128 KiB. So
-    // some 50 levels are searched below a folder whose name is a wildcard.
+    // end or, with a wildcard in a folder's name, all from there on, times its bytes and 2048 more come to over 128 KiB.
+    // So some 50 levels are searched below a folder whose name is a wildcard.
     //
     // Links to folders are followed. One that leads to a folder above itself is followed over and over, until the
     // system refuses a path of too many links (Linux: more than 40) or characters: each file is found as often. With

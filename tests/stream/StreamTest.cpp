@@ -1,11 +1,10 @@
 #include "stream/Stream.h"
 
-#include <pthread.h>
-
 #include <fstream>
 #include <tuple>
 #include <utility>
 
+#include "support/SmallStack.h"
 #include "support/StreamTest.h"
 
 using KX::CBase;
@@ -311,7 +310,7 @@ TEST_F(StreamTest, DigestCoversWhatPassesWhileItIsOn) {
 
 // ---- Depth ----
 
-void* SaveAndLoadAChain(void* /*unused*/) {
+void SaveAndLoadAChain() {
     constexpr int kLength = 1'000'000;
     KX::CMemoryIoBuffer memory;
     CStream stream;
@@ -335,17 +334,10 @@ void* SaveAndLoadAChain(void* /*unused*/) {
     EXPECT_EQ(CTestObject::alive, kLength);
     next = nullptr;  // and with it all others, one in the other
     EXPECT_EQ(CTestObject::alive, 0);
-    return nullptr;
 }
 
 TEST_F(StreamTest, AMillionLinksNeedLittleStack) {
-    pthread_attr_t attributes;
-    pthread_t thread{};
-    ASSERT_EQ(::pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(::pthread_attr_setstacksize(&attributes, 256U << 10), 0);
-    ASSERT_EQ(::pthread_create(&thread, &attributes, SaveAndLoadAChain, nullptr), 0);
-    ::pthread_join(thread, nullptr);
-    ::pthread_attr_destroy(&attributes);
+    RunOnStack(256U << 10, SaveAndLoadAChain);
 }
 
 }  // namespace

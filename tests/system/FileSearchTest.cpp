@@ -2,6 +2,7 @@
 #include <fstream>
 
 #include "io/ArrayList.h"
+#include "support/SmallStack.h"
 #include "support/TempFolder.h"
 #include "system/System.h"
 
@@ -54,27 +55,40 @@ TEST_F(FileSearchTest, FindsAndCountsInARealTree) {
     EXPECT_TRUE(std::ranges::binary_search(found, L"tree/link/linked.txt"));
     EXPECT_TRUE(std::ranges::binary_search(found, L"tree/0/unreadable"));
 
+    Paths names, visited;  // in the order of the system
+    EXPECT_EQ(CSystem::GetAllSpecifiedExpendFilesInDirectory(L"tree", names), KX::kResultOk);
+    std::erase_if(names, [](const std::wstring& name) { return name.size() != 1 || name == L"."; });
+    EXPECT_EQ(CSystem::FindAllFiles(L"?.???", L"tree", true, visited), KX::kResultOk);
+    for (std::wstring& path : visited) path = path.substr(5, 1);  // the folder's name
+    EXPECT_EQ(visited, names);
+
     KX::CArrayList<std::wstring> own;
     EXPECT_EQ(CSystem::FindAllFiles(L"[12]?.txt", L"tree/2/", false, own), KX::kResultOk);
     EXPECT_EQ(Paths(own.begin(), own.end()), (Paths{L"tree/2/12.txt", L"tree/2/22.txt"}));
     EXPECT_EQ(CSystem::FindAllFiles(L"x", L"missing", true, own), KX::kResultFileQueryFailed);
+}
 
-    // Some would take more than the stack, if the C library were asked.
-    const std::wstring name(60'000, L'x'), few = Times(50, L"./") + L"top.txt";
-    for (const auto& [pattern, matches] : {std::pair{few, 1U},
-                                           {L"../tre[e]/" + few, 1},
-                                           {Times(1000, L"./") + L"top.txt", 1},
-                                           {L"tree" + Times(50, L"/"), 0},
-                                           {Times(20'000, L"*/"), 0},
-                                           {Times(20'000, L"[*]/") + L"x", 0},
-                                           {Times(40'000, L"/"), 0},
-                                           {L"x" + Times(20'000, L"\\/"), 0},
-                                           {name + Times(200, L"/"), 0},
-                                           {L"?" + name + Times(200, L"/x"), 0}}) {
-        found.clear();
-        EXPECT_EQ(CSystem::FindAllFiles(pattern, L"tree", false, found), KX::kResultOk);
-        EXPECT_EQ(found.size(), matches) << fs::path(pattern.substr(0, 40));
-    }
+// Those without a match would take more than the stack, if the C library were asked.
+TEST_F(FileSearchTest, PatternsOfAnyLengthAreSafe) {
+    fs::create_directories("tree/2");
+    Touch("tree/top.txt");
+    const std::wstring name(60'000, L'x'), few = Times(50, L"./"), many = Times(1000, L"./");
+    RunOnStack(512 << 10, [&] {
+        for (const auto& [pattern, matches] : {std::pair{L"../tre[e]/" + few + L"top.txt", 1U},
+                                               {many + L"top.t*", 1},
+                                               {many + L"?/../top.txt", 1},
+                                               {L"2" + Times(50, L"/"), 1},
+                                               {Times(20'000, L"*/"), 0},
+                                               {Times(20'000, L"[x]/") + L"x", 0},
+                                               {Times(40'000, L"/"), 0},
+                                               {L"x" + Times(20'000, L"\\/"), 0},
+                                               {name + Times(60, L"/"), 0},
+                                               {L"?" + name + Times(60, L"/x"), 0}}) {
+            Paths found;
+            EXPECT_EQ(CSystem::FindAllFiles(pattern, L"tree", false, found), KX::kResultOk);
+            EXPECT_EQ(found.size(), matches) << fs::path(pattern.substr(0, 40));
+        }
+    });
 }
 
 TEST_F(FileSearchTest, TellsWhichFoldersCannotBeOpened) {
@@ -144,6 +158,8 @@ TEST_F(FileSearchTest, LooksForAFileInAListOfFolders) {
 
 TEST_F(FileSearchTest, SerialNamesAreTheFirstFreeOnes) {
     EXPECT_EQ(CSystem::GetSerialFileName(L"./", L"log", L"a.b.dat"), L"./log.dat");
+    const std::wstring cut(L".\0/", 3);
+    EXPECT_EQ(CSystem::GetSerialFileName(cut, cut, cut), L"...");
     for (const char* const name : {"log.txt", "log0.txt", "log2.txt"}) Touch(name);
     EXPECT_EQ(CSystem::GetSerialFileName(L"./", L"log", L"txt"), L"./log1.txt");
     for (int i = 0; i < 998; ++i) Touch("log" + std::to_string(i) + ".txt");
