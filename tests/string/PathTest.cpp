@@ -1,6 +1,7 @@
 #include "string/Path.h"
 
 #include <array>
+#include <tuple>
 
 #include "support/Twins.h"
 
